@@ -1,0 +1,101 @@
+// Start-up and shutdown of the library, step by step and in this order. Runs on the loading thread.
+
+#include <kelvane/advapi32.h>
+#include <kelvane/descriptor.h>
+#include <kelvane/number.h>
+
+#include <cstdlib>
+
+#include "bootstrap/duvet.h"
+#include "bootstrap/guard.h"
+#include "notify/input_idle.h"
+#include "parselib/profile.h"
+#include "thunks/mapping.h"
+
+inline namespace kelvane {
+namespace {
+
+// The library's heap of bones: owns what is allocated in it, until shutdown.
+Sequence* AdvApi_Global_Destructor = nullptr;
+Clb_Globals* library_globals = nullptr;
+
+// The start-up profile, and the stream that entry points without an implementation write their names to.
+Profiler* Profile = nullptr;
+kvostream* Log_Call = nullptr;
+
+// The thread-local slot reserved at start-up.
+DWORD STIndex = TLS_OUT_OF_INDEXES;
+
+// A number of bytes from a profile; what no size can be is none.
+std::size_t size_of(const Bone* element) {
+  constexpr double max_size = 9.0e18;
+  const double value = static_cast<const Number*>(element)->value();
+  return value > 0 && value < max_size ? static_cast<std::size_t>(value) : 0;
+}
+
+// Takes blocks of each size from the system's heap, to warm it; they are never given back, by design.
+void warm_heap(const Sequence* sizes, int count) {
+  if (sizes == nullptr || count == 0) return;
+  const auto warm = [](Bone* element, void* how_often) {
+    for (int i = 0; i < *static_cast<int*>(how_often); ++i) {
+      void* volatile kept = std::malloc(size_of(element));
+      static_cast<void>(kept);
+    }
+  };
+  sizes->apply({warm, &count});
+}
+
+void open_profile() {
+  Profile = new (AdvApi_Global_Destructor) Profiler("com.pro");
+  Log_Call = read_stream(*Profile, clAtom("calls-log-file"));
+  new (AdvApi_Global_Destructor) duvet<kvostream>(Log_Call);
+}
+
+void warm_heap_as_profiled() {
+  const int count = Profile->read_int(clAtom("number-of-allocs"), 0);
+  warm_heap(Profile->read_list(clAtom("alloc-sizes"), nullptr), count);
+}
+
+void reserve_thread_slot() {
+  STIndex = TlsAlloc();
+  if (STIndex != TLS_OUT_OF_INDEXES) TlsSetValue(STIndex, nullptr);
+}
+
+}  // namespace
+}  // namespace kelvane
+
+void InitAdvapi32(void) {
+  global_init(1);
+  library_globals = new Clb_Globals;
+  const Use_Stack_List heap_kind;
+  AdvApi_Global_Destructor = heap_kind.make();
+  open_profile();
+  KelvaneInitializeRegistry();
+  AdvInitMapping();
+  AdvInitInputIdle();
+  warm_heap_as_profiled();
+  reserve_thread_slot();
+}
+
+void initialize_windows_stubs(void) {
+  static const Com_Globals guard;
+  InitAdvapi32();
+}
+
+void init_advapi32(void) { initialize_windows_stubs(); }
+
+void KvDestroyAdvapi32(void) {
+  // Null in a process that never started the library.
+  if (AdvApi_Global_Destructor != nullptr) {
+    AdvApi_Global_Destructor->apply(Delete_Bones);
+    delete AdvApi_Global_Destructor;
+    AdvApi_Global_Destructor = nullptr;
+  }
+  Profile = nullptr;
+  Log_Call = nullptr;
+  if (library_globals != nullptr) {
+    delete library_globals;
+    library_globals = nullptr;
+  }
+  global_init(0);
+}

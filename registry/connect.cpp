@@ -1,0 +1,13 @@
+// The registry of another machine.
+
+#include <kelvane/advapi32.h>
+
+#include "bootstrap/registry_table.h"
+#include "registry/gate.h"
+#include "registry/win_char.h"
+
+LSTATUS RegConnectRegistryA(LPCSTR machine, HKEY key, PHKEY out_key) {
+  const Registry_Gate gate;
+  const Saveable_Name name(machine);
+  return static_cast<LSTATUS>(slot<Slot::KvIRegConnectRegistry>(name.data(), key, out_key, nullptr));
+}

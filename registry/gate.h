@@ -1,0 +1,32 @@
+// The gate that every gated registry front passes on its way in and on its way out.
+//
+// Once the registry of this process is closed no front returns: the thread gives up its holds on the kernel
+// critical section and sleeps for ever. The gate is a front's first local, so that its exit check runs after
+// every temporary is released, also while an exception passes.
+#pragma once
+
+#include <kelvane/advapi32.h>
+
+inline namespace kelvane {
+
+class Registry_Gate {
+ public:
+  Registry_Gate() {
+    if (is_closed()) [[unlikely]]
+      park();
+  }
+  // May be left by the cancellation of a parked thread.
+  ~Registry_Gate() noexcept(false) {
+    if (is_closed()) [[unlikely]]
+      park();
+  }
+  Registry_Gate(const Registry_Gate&) = delete;
+  Registry_Gate& operator=(const Registry_Gate&) = delete;
+
+ private:
+  static bool is_closed() { return __atomic_load_n(&KvRegistryClosed, __ATOMIC_RELAXED) != 0; }
+  // Does not return.
+  static void park();
+};
+
+}  // namespace kelvane
