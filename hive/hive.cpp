@@ -1,0 +1,167 @@
+#include "hive/hive.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "hive/store/fork.h"
+#include "hive/store/meta.h"
+
+namespace hive {
+namespace {
+
+constexpr mode_t folder_mode = 0700;
+constexpr mode_t permission_bits = 0777;
+
+int say(Access access) {
+  return access == Access::read ? 0 : 1;
+}
+
+std::string real_path(const std::string& path) {
+  char* real = realpath(path.c_str(), nullptr);
+  std::string result = real == nullptr ? path : real;
+  free(real);
+  return result;
+}
+
+// The folders above a file, as far as they are missing. What fails is found when the file is made.
+void make_folders(const std::string& file) {
+  for (std::size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1)) {
+    mkdir(file.substr(0, slash).c_str(), folder_mode);
+  }
+}
+
+}  // namespace
+
+Hive::Hive(std::string path, Hive_Traits traits, Complain complain)
+    : path_(std::move(path)), traits_(std::move(traits)), complain_(complain) {
+  if (!is_private()) return;
+  std::lock_guard lock(opening_mutex());
+  store_ = Store::attach_private();
+}
+
+Hive::~Hive() {
+  if (store_ != nullptr) store_->detach();
+}
+
+Status Hive::write(Transaction_Body body) {
+  if (!traits_.counts_changes) return write_aside(body);
+  return write_aside([&](Connection& connection) {
+    Status status = body(connection);
+    return status == Status::ok ? count_change(connection) : status;
+  });
+}
+
+Status Hive::run(Access access, Transaction_Body body) {
+  Back_Off back_off;
+  Findings findings;
+  Status status;
+  do {
+    findings.reason.clear();
+    status = attempt(access, body, back_off, findings);
+  } while (status == Status::busy && back_off.pause());
+  tell(access, status, findings);
+  return status;
+}
+
+Status Hive::attempt(Access access, Transaction_Body body, Back_Off& back_off, Findings& findings) {
+  Store* store = nullptr;
+  Status status = find_store(&store, findings);
+  if (status != Status::ok) return status;
+  if (access != Access::write) return store->run(access, traits_, body, findings);
+  Writer_Queue::Turn turn(store->queue(), back_off);
+  return store->run(access, traits_, body, findings);
+}
+
+Status Hive::find_store(Store** out, Findings& findings) {
+  if (is_private()) {
+    *out = store_;
+    return Status::ok;
+  }
+  struct stat file;
+  Status status = find_file(&file, &findings.reason);
+  if (status != Status::ok) return status;
+  File_Identity identity{file.st_dev, file.st_ino};
+  Store* former = nullptr;
+  {
+    std::lock_guard lock(opening_mutex());
+    if (store_ == nullptr || !(store_->identity() == identity)) {
+      former = store_;
+      store_ = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
+    }
+    *out = store_;
+  }
+  if (former != nullptr) former->detach();
+  return Status::ok;
+}
+
+// What stands at the path, made when nothing does.
+Status Hive::find_file(struct stat* out, std::string* reason) {
+  int asked = stat(path_.c_str(), out);
+  if (asked != 0 && errno == ENOENT) {
+    Status status = make_file(reason);
+    if (status != Status::ok) return status;
+    asked = stat(path_.c_str(), out);
+  }
+  if (asked != 0) {
+    int error = errno;
+    *reason = text_of_errno(error);
+    return status_of_errno(error);
+  }
+  if (!S_ISREG(out->st_mode)) {
+    *reason = S_ISDIR(out->st_mode) ? "it is a folder" : "it is no file";
+    return Status::not_a_hive;
+  }
+  if (out->st_nlink != 1) {
+    *reason = "the file has more than one name, and its log could lie beside another";
+    return Status::not_a_hive;
+  }
+  return Status::ok;
+}
+
+// An empty file: the first opener makes a hive of it.
+Status Hive::make_file(std::string* reason) {
+  make_folders(path_);
+  int fd = above_standard(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, traits_.file_mode));
+  if (fd < 0) {
+    int error = errno;
+    if (error == EEXIST) return Status::ok;
+    *reason = text_of_errno(error);
+    return status_of_errno(error);
+  }
+  bool as_wanted = fchmod(fd, traits_.file_mode) == 0;
+  int error = errno;
+  close(fd);
+  if (as_wanted) return Status::ok;
+  *reason = text_of_errno(error);
+  return status_of_errno(error);
+}
+
+void Hive::tell(Access access, Status status, const Findings& findings) {
+  if (findings.reason.empty() && findings.lines.empty() && silent_) return;
+  std::string line = line_to_say(access, status, findings.reason);
+  if (complain_ == nullptr) return;
+  for (const std::string& finding : findings.lines) complain_(finding);
+  if (!line.empty()) complain_(line);
+}
+
+// Once until the hive works again or the reason is another one. That reading works says nothing of writing.
+std::string Hive::line_to_say(Access access, Status status, const std::string& reason) {
+  std::lock_guard lock(opening_mutex());
+  if (reason.empty()) {
+    said_[say(Access::read)].clear();
+    if (access == Access::write && status == Status::ok) said_[say(Access::write)].clear();
+    silent_ = said_[say(Access::write)].empty();
+    return {};
+  }
+  std::string line = (is_private() ? "private hive" : path_) + ": " + text_of(status) + " (" + reason + ")";
+  if (line == said_[0] || line == said_[1]) return {};
+  said_[say(access)] = line;
+  silent_ = false;
+  return line;
+}
+
+}  // namespace hive

@@ -1,0 +1,50 @@
+// A hive by its path: finds the Store of the file that stands there at the moment, makes the file when there
+// is none, waits for other processes, and tells once when the hive cannot be used.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "hive/registry.h"
+#include "hive/store/store.h"
+
+namespace hive {
+
+class Hive {
+ public:
+  // No path: private to the process.
+  Hive(std::string path, Hive_Traits traits, Complain complain);
+  ~Hive();
+  Hive(const Hive&) = delete;
+  Hive& operator=(const Hive&) = delete;
+
+  // Runs a transaction, again when another process was in the way: a body does the same when it is run twice.
+  Status read(Transaction_Body body) { return run(Access::read, body); }
+  Status write(Transaction_Body body);
+  // The same for what is no change of the hive's content: it counts for no image.
+  Status write_aside(Transaction_Body body) { return run(Access::write, body); }
+  // Without a transaction.
+  Status use(Transaction_Body body) { return run(Access::bare, body); }
+
+  const std::string& path() const { return path_; }
+  bool is_private() const { return path_.empty(); }
+
+ private:
+  Status run(Access access, Transaction_Body body);
+  Status attempt(Access access, Transaction_Body body, Back_Off& back_off, Findings& findings);
+  Status find_store(Store** out, Findings& findings);
+  Status find_file(struct stat* out, std::string* reason);
+  Status make_file(std::string* reason);
+  void tell(Access access, Status status, const Findings& findings);
+  std::string line_to_say(Access access, Status status, const std::string& reason);
+
+  std::string path_;
+  Hive_Traits traits_;
+  Complain complain_;
+  Store* store_ = nullptr;           // guarded by the opening mutex, as is what was said
+  std::string said_[2];              // by access; empty while the hive works
+  std::atomic<bool> silent_ = true;  // nothing was said
+};
+
+}  // namespace hive

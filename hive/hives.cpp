@@ -1,0 +1,88 @@
+#include "hive/hives.h"
+
+#include <unistd.h>
+
+#include <condition_variable>
+
+#include "hive/hive_content.h"
+#include "hive/store/fork.h"
+
+namespace hive {
+namespace {
+
+constexpr mode_t everybody_reads_and_writes = 0666;
+constexpr mode_t everybody_may_all = 0777;
+constexpr mode_t owner_reads_and_writes = 0600;
+constexpr mode_t owner_may_all = 0700;
+
+std::condition_variable_any& answered() {
+  static std::condition_variable_any& condition = *new std::condition_variable_any;
+  return condition;
+}
+
+}  // namespace
+
+Hives::Hives(std::unique_ptr<Locations> locations, Complain complain)
+    : locations_(std::move(locations)), complain_(complain) {}
+
+std::shared_ptr<Hive> Hives::machine() {
+  return use(machine_, &Hives::make_machine);
+}
+
+std::shared_ptr<Hive> Hives::user() {
+  return use(user_, &Hives::make_user);
+}
+
+std::shared_ptr<Hive> Hives::machine_if_used() const {
+  std::lock_guard lock(opening_mutex());
+  return machine_.hive;
+}
+
+std::shared_ptr<Hive> Hives::user_if_used() const {
+  std::lock_guard lock(opening_mutex());
+  return user_.hive;
+}
+
+bool Hives::begin_asking(Slot& slot) {
+  std::unique_lock lock(opening_mutex());
+  // A thread that was asking when the process forked is not in the child.
+  while (slot.state == State::asking && slot.asking_process == getpid()) {
+    if (slot.asker == std::this_thread::get_id()) return false;
+    answered().wait(lock);
+  }
+  if (slot.state == State::known) return false;
+  slot = {State::asking, std::this_thread::get_id(), getpid(), nullptr};
+  return true;
+}
+
+std::shared_ptr<Hive> Hives::use(Slot& slot, std::shared_ptr<Hive> (Hives::*make)()) {
+  if (begin_asking(slot)) {
+    std::shared_ptr<Hive> hive = (this->*make)();
+    std::lock_guard lock(opening_mutex());
+    slot.hive = std::move(hive);
+    slot.state = State::known;
+    answered().notify_all();
+  }
+  std::lock_guard lock(opening_mutex());
+  return slot.hive;
+}
+
+std::shared_ptr<Hive> Hives::make_machine() {
+  std::string file = locations_->machine_hive();
+  mode_t mask = locations_->machine_mask();
+  Hive_Traits traits{everybody_reads_and_writes & ~mask, everybody_may_all & ~mask, false, &machine_is_incomplete,
+                     &fill_machine};
+  return std::make_shared<Hive>(std::move(file), std::move(traits), complain_);
+}
+
+std::shared_ptr<Hive> Hives::make_user() {
+  std::string file = locations_->user_hive();
+  user_image_file_ = locations_->user_image();
+  Hive_Traits traits{owner_reads_and_writes, owner_may_all, true, &user_is_incomplete,
+                     [this](Connection& connection, Findings& findings) {
+                       return fill_user(connection, user_image_file_, findings);
+                     }};
+  return std::make_shared<Hive>(std::move(file), std::move(traits), complain_);
+}
+
+}  // namespace hive

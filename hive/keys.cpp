@@ -1,0 +1,210 @@
+#include "hive/keys.h"
+
+#include <algorithm>
+
+#include "hive/boot.h"
+#include "hive/clock.h"
+#include "hive/name.h"
+#include "hive/store/statement.h"
+#include "hive/tree.h"
+
+namespace hive {
+namespace {
+
+std::uint32_t units(std::string_view stored) {
+  return static_cast<std::uint32_t>(count_units(stored));
+}
+
+// 0 when there is none that may be seen.
+std::int64_t find_child(Connection& connection, std::int64_t parent, std::string_view folded) {
+  std::int64_t child = 0;
+  {
+    Statement find(connection, Query::find_child);
+    if (find.bind(1, parent).bind(2, folded).row()) child = find.number(0);
+  }
+  return child != 0 && check_key(connection, child) != Status::ok ? 0 : child;
+}
+
+// In a hive whose volatile keys are all current there is no need to look at each.
+std::int64_t find_shown_child(Connection& connection, std::int64_t parent, std::string_view folded) {
+  if (!connection.shows_volatile) return find_child(connection, parent, folded);
+  Statement find(connection, Query::find_child);
+  return find.bind(1, parent).bind(2, folded).row() ? find.number(0) : 0;
+}
+
+// How far a path leads: the last key that is there, and whether parts are left.
+struct Progress {
+  std::int64_t key;
+  bool found_all;
+};
+
+Status follow(Connection& connection, Path_Parts& parts, Progress* progress, std::u16string_view* missing) {
+  while (parts.more()) {
+    *missing = parts.next();
+    if (missing->size() > max_key_name_units) return Status::invalid;
+    std::int64_t child = find_shown_child(connection, progress->key, folded_form(*missing));
+    if (child == 0) {
+      progress->found_all = false;
+      return connection.status();
+    }
+    progress->key = child;
+  }
+  progress->found_all = true;
+  return connection.status();
+}
+
+Status note_new_child(Connection& connection, std::int64_t parent, const Key_Row& row, const New_Key& child) {
+  Statement changed(connection, Query::children_changed);
+  changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(child.written));
+  changed.bind(4, row.children + 1);
+  changed.bind(5, std::max(row.max_child_units, units(child.folded)));
+  changed.bind(6, std::max(row.max_class_units, units(child.class_name)));
+  return changed.run();
+}
+
+std::uint32_t largest_of_children(Connection& connection, Query query, std::int64_t parent, std::uint32_t bound) {
+  Statement rows(connection, query);
+  rows.bind(1, parent);
+  return largest(rows, bound);
+}
+
+// A maximum is looked for only when the child that went was as large as it.
+Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Row& child) {
+  Key_Row row;
+  if (read_key(connection, parent, &row) != Status::ok) return connection.failed_or(Status::damaged);
+  if (units(child.folded) == row.max_child_units) {
+    row.max_child_units = largest_of_children(connection, Query::child_name_units, parent, row.max_child_units);
+  }
+  if (row.max_class_units > 0 && units(child.class_name) == row.max_class_units) {
+    row.max_class_units = largest_of_children(connection, Query::child_class_units, parent, row.max_class_units);
+  }
+  Statement changed(connection, Query::children_changed);
+  changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
+  changed.bind(4, row.children - 1).bind(5, row.max_child_units).bind(6, row.max_class_units);
+  return changed.run();
+}
+
+// One part of a path that is made: a sub-key of *key, which becomes it.
+Status create_child(Connection& connection, std::int64_t* key, std::u16string_view name, const Creation& creation,
+                    bool is_last) {
+  Key_Row parent;
+  Status status = read_key(connection, *key, &parent);
+  if (status != Status::ok) return status;
+  if (parent.is_volatile && !creation.is_volatile) return Status::must_be_volatile;
+  std::string stored = stored_form(name);
+  std::string folded = folded_form(name);
+  std::string class_name = is_last ? stored_form(creation.class_name) : std::string();
+  New_Key child{*key,          stored, folded, class_name, file_time_now(), parent.mode, parent.owner, parent.group,
+                is_last && creation.is_link ? key_flag_link : 0, creation.is_volatile};
+  std::int64_t number = insert_key(connection, child);
+  status = note_new_child(connection, *key, parent, child);
+  *key = number;
+  return status;
+}
+
+}  // namespace
+
+Status check_key(Connection& connection, std::int64_t key) {
+  Statement ask(connection, Query::key_exists);
+  if (!ask.bind(1, key).row()) return connection.failed_or(Status::key_deleted);
+  return ask.number(0) != 0 && !connection.shows_volatile ? Status::key_deleted : Status::ok;
+}
+
+Status read_key(Connection& connection, std::int64_t key, Key_Row* out) {
+  Statement get(connection, Query::key_row);
+  if (!get.bind(1, key).row()) return connection.failed_or(Status::key_deleted);
+  *out = {get.number(0),
+          std::string(get.text(1)),
+          std::string(get.text(2)),
+          static_cast<std::uint64_t>(get.number(3)),
+          get.number32(4),
+          get.number32(5),
+          get.number32(6),
+          get.number32(7),
+          get.number32(8),
+          get.number32(9),
+          get.number32(10),
+          get.number32(11),
+          get.number32(12),
+          get.number32(13),
+          get.number(14) != 0};
+  return out->is_volatile && !connection.shows_volatile ? Status::key_deleted : Status::ok;
+}
+
+Status find_key(Connection& connection, std::int64_t at, std::u16string_view path, std::int64_t* out) {
+  Path_Parts parts(path);
+  Progress progress{at, false};
+  std::u16string_view missing;
+  Status status = follow(connection, parts, &progress, &missing);
+  if (status != Status::ok) return status;
+  if (progress.key == at) {
+    status = check_key(connection, at);
+    if (status != Status::ok) return status;
+  }
+  *out = progress.key;
+  return progress.found_all ? Status::ok : Status::not_found;
+}
+
+Status create_key(Connection& connection, std::int64_t at, std::u16string_view path, const Creation& creation,
+                  std::int64_t* out, bool* out_created) {
+  Path_Parts parts(path);
+  Progress progress{at, false};
+  std::u16string_view name;
+  *out_created = false;
+  Status status = follow(connection, parts, &progress, &name);
+  if (status == Status::ok && progress.key == at) status = check_key(connection, at);
+  while (status == Status::ok && !progress.found_all) {
+    if (name.size() > max_key_name_units) return Status::invalid;
+    bool is_last = !parts.more();
+    status = create_child(connection, &progress.key, name, creation, is_last);
+    *out_created = progress.found_all = is_last;
+    if (!is_last) name = parts.next();
+  }
+  *out = progress.key;
+  return status;
+}
+
+Status remove_key(Connection& connection, std::int64_t key) {
+  Key_Row row;
+  Status status = read_key(connection, key, &row);
+  if (status != Status::ok) return status;
+  if (row.parent == 0) return Status::denied;
+  if (row.children > 0) return Status::has_children;
+  Statement(connection, Query::drop_large_of_key).bind(1, key).run();
+  Statement(connection, Query::drop_key).bind(1, key).run();
+  return note_lost_child(connection, row.parent, row);
+}
+
+std::int64_t insert_key(Connection& connection, const New_Key& key) {
+  std::int64_t number = connection.take_id();
+  return insert_key_as(connection, number, key) == Status::ok ? number : 0;
+}
+
+Status insert_key_as(Connection& connection, std::int64_t number, const New_Key& key) {
+  Statement insert(connection, Query::insert_key);
+  insert.bind(1, number).bind(2, key.folded).bind(3, key.name);
+  key.parent == 0 ? insert.bind_null(4) : insert.bind(4, key.parent);
+  insert.bind(5, key.class_name).bind(6, static_cast<std::int64_t>(key.written)).bind(7, connection.take_id());
+  insert.bind(8, key.mode).bind(9, key.owner).bind(10, key.group).bind(11, key.flags);
+  key.is_volatile ? insert.bind(12, boot_identity()) : insert.bind_null(12);
+  return insert.run();
+}
+
+Status count_children_anew(Connection& connection, std::int64_t key) {
+  Key_Row row;
+  if (read_key(connection, key, &row) != Status::ok) return connection.status();
+  Statement count(connection, Query::lasting_child_counts);
+  if (!count.bind(1, key).row()) return connection.status();
+  Statement changed(connection, Query::children_changed);
+  changed.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(row.written));
+  changed.bind(4, count.number(0)).bind(5, count.number(1)).bind(6, count.number(2));
+  return changed.run();
+}
+
+std::uint32_t largest(Statement& rows, std::uint32_t known_bound) {
+  std::uint32_t found = 0;
+  while (found < known_bound && rows.row()) found = std::max(found, rows.number32(0));
+  return found;
+}
+
+}  // namespace hive

@@ -1,0 +1,35 @@
+// What a Key stands for: a key of a hive by its number, or a root that is more than that.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "hive/enumerate.h"
+#include "hive/hive.h"
+
+namespace hive {
+
+enum class Place {
+  key,      // one key of one hive
+  by_path,  // a root that is a path of the machine hive, looked up at each use and made when missing
+  users,    // HKEY_USERS: keys of the machine hive and the user's own hive among them
+  nothing,  // a root that never has anything
+};
+
+class Open_Key {
+ public:
+  Open_Key(std::shared_ptr<Hive> its_hive, std::int64_t its_number, Place its_place = Place::key,
+           std::u16string_view its_path = {})
+      : hive(std::move(its_hive)), number(its_number), place(its_place), path(its_path) {}
+
+  const std::shared_ptr<Hive> hive;  // null where there is nothing
+  const std::int64_t number;
+  const Place place;
+  const std::u16string_view path;  // by_path: below the hive's root; a constant
+
+  // Touched only within transactions of the hive, one at a time.
+  Position keys;
+  Position values;
+};
+
+}  // namespace hive

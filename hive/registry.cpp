@@ -1,0 +1,112 @@
+// The roots, and finding, making and removing keys below them.
+#include "hive/registry.h"
+
+#include "hive/keys.h"
+#include "hive/name.h"
+#include "hive/registry_parts.h"
+#include "hive/store/flush.h"
+#include "hive/store/schema.h"
+
+namespace hive {
+namespace {
+
+constexpr std::u16string_view classes_path = u"Software\\Classes";
+constexpr std::u16string_view current_config_path =
+    u"System\\CurrentControlSet\\Hardware Profiles\\Current";
+
+Key open_key(const Key& at, std::int64_t number) {
+  return std::make_shared<Open_Key>(at->hive, number);
+}
+
+// The path is the key itself again, as the root that it is.
+bool is_same_root(const Key& at, std::u16string_view path) {
+  return at->place != Place::key && !Path_Parts(path).more();
+}
+
+Key same_root(const Key& at) {
+  return std::make_shared<Open_Key>(at->hive, at->number, at->place, at->path);
+}
+
+}  // namespace
+
+Registry::Registry(std::unique_ptr<Locations> locations, Complain complain)
+    : parts_(std::make_unique<Parts>(std::move(locations), complain)) {}
+
+Registry::~Registry() = default;
+
+Status Registry::open_root(Root root, Key* out_key) {
+  if (root == Root::current_user) return parts_->user_root(out_key);
+  if (root == Root::performance) {
+    *out_key = std::make_shared<Open_Key>(nullptr, 0, Place::nothing);
+    return Status::ok;
+  }
+  std::shared_ptr<Hive> machine = parts_->hives.machine();
+  if (machine == nullptr) return Status::io_failed;
+  if (root == Root::users) {
+    *out_key = std::make_shared<Open_Key>(std::move(machine), users_key, Place::users);
+  } else if (root == Root::machine) {
+    *out_key = std::make_shared<Open_Key>(std::move(machine), root_key);
+  } else {
+    std::u16string_view path = root == Root::classes ? classes_path : current_config_path;
+    *out_key = std::make_shared<Open_Key>(std::move(machine), root_key, Place::by_path, path);
+  }
+  return Status::ok;
+}
+
+Status Registry::open(const Key& at, std::u16string_view path, Key* out_key) {
+  Parts::Start start;
+  Status status = parts_->start_of(at, path, &start);
+  if (status != Status::ok) return status;
+  if (start.key->place == Place::nothing && !is_same_root(start.key, start.path)) return Status::not_found;
+  if (is_same_root(start.key, start.path)) {
+    *out_key = same_root(start.key);
+    return Status::ok;
+  }
+  std::int64_t number = 0;
+  status = parts_->read(start.key, [&](Connection& connection, std::int64_t key) {
+    return find_key(connection, key, start.path, &number);
+  });
+  if (status == Status::ok) *out_key = open_key(start.key, number);
+  return status;
+}
+
+Status Registry::create(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key,
+                        bool* out_created) {
+  *out_created = false;
+  Status status = open(at, path, out_key);
+  if (status != Status::not_found) return status;
+  Parts::Start start;
+  status = parts_->start_of(at, path, &start);
+  if (status != Status::ok) return status;
+  if (start.key->place == Place::nothing || Parts::is_users_own(start)) return Status::denied;
+  bool in_users = start.key->place == Place::users;
+  std::int64_t number = 0;
+  status = parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
+    std::u16string_view first = Path_Parts(start.path).next();
+    if (in_users && find_key(connection, key, first, &number) == Status::not_found) return Status::denied;
+    return create_key(connection, key, start.path, creation, &number, out_created);
+  });
+  if (status == Status::ok) *out_key = open_key(start.key, number);
+  return status;
+}
+
+Status Registry::remove(const Key& at, std::u16string_view path) {
+  Parts::Start start;
+  Status status = parts_->start_of(at, path, &start);
+  if (status != Status::ok) return status;
+  if (is_same_root(start.key, start.path)) return Status::denied;
+  if (start.key->place == Place::nothing) return Status::not_found;
+  bool is_protected = Parts::is_users_own(start);
+  return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
+    std::int64_t number = 0;
+    Status found = find_key(connection, key, start.path, &number);
+    if (found != Status::ok) return found;
+    return is_protected ? Status::denied : remove_key(connection, number);
+  });
+}
+
+Status Registry::flush(const Key& key) {
+  return key->place == Place::nothing ? Status::ok : key->hive->use(&flush_to_disk);
+}
+
+}  // namespace hive

@@ -1,0 +1,128 @@
+// The face of the registry's storage: keys, values, roots, images. Knows no handles, no table and no wire;
+// what stands in front of it maps handles to Keys and Statuses to codes.
+//
+// Names and paths are 16-bit units without terminator. Look-up ignores case, what is stored keeps it. A path
+// is parts between backslashes; empty parts are skipped. Value data is the bytes of the stored form.
+//
+// Any thread may call anything at any time. Nothing here throws but std::bad_alloc.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/status.h"
+
+namespace hive {
+
+inline constexpr std::size_t max_key_name_units = 256;
+inline constexpr std::size_t max_value_name_units = 16383;
+inline constexpr std::uint32_t max_value_size = 64u * 1024 * 1024;
+
+enum class Root { machine, current_user, users, classes, current_config, performance };
+
+// Where the hives lie, asked once for each at its first use (each may print and end the process, as the
+// locations' own rules say). An empty path stands for "there is none": the hive is then private to the
+// process and lasts as long as it.
+class Locations {
+ public:
+  virtual ~Locations() = default;
+  virtual std::string machine_hive() = 0;
+  virtual std::string user_hive() = 0;   // the live hive of HKEY_CURRENT_USER, in the core data directory
+  virtual std::string user_image() = 0;  // the per-user file that images are made for
+  virtual mode_t machine_mask() = 0;     // file-creation mask of the machine hive's files
+};
+
+// One line about a hive that cannot be used, without newline: the file and the reason.
+using Complain = void (*)(const std::string& line);
+
+class Open_Key;  // which key of which hive, with its places of enumeration; shared by its users
+using Key = std::shared_ptr<Open_Key>;
+
+struct Key_Counts {
+  std::uint32_t sub_keys;
+  std::uint32_t max_sub_key_units;
+  std::uint32_t max_class_units;
+  std::uint32_t values;
+  std::uint32_t max_value_name_units;
+  std::uint32_t max_value_size;
+  std::uint64_t last_write_time;  // 100 ns since 1601
+};
+
+// Where a name or a class goes: room in units, terminator included; length without it. A null text asks for
+// the length only.
+struct Text_Out {
+  char16_t* text;
+  std::size_t room;
+  std::size_t length;
+};
+
+// Where a value goes. Null data asks for type and size only. With more_data type and size are set and data
+// is untouched.
+struct Value_Out {
+  unsigned char* data;
+  std::uint32_t room;
+  std::uint32_t size;
+  std::uint32_t type;
+};
+
+struct Creation {
+  std::u16string_view class_name;
+  bool is_volatile = false;
+  bool is_link = false;
+};
+
+struct Key_Rights {
+  std::uint32_t mode;  // Unix permission bits
+  std::uint32_t owner;
+  std::uint32_t group;
+};
+
+class Registry {
+ public:
+  // Opens no file: each hive is opened at its first use.
+  Registry(std::unique_ptr<Locations> locations, Complain complain);
+  ~Registry();
+
+  Status open_root(Root root, Key* out_key);
+  Status open(const Key& at, std::u16string_view path, Key* out_key);
+  // Makes what is missing of the path; *out_created tells whether its last part was.
+  Status create(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key, bool* out_created);
+  Status remove(const Key& at, std::u16string_view path);
+
+  Status enumerate_key(const Key& key, std::uint32_t index, Text_Out& name, Text_Out* class_name,
+                       std::uint64_t* out_last_write_time);
+  // When only the name has no room the value is still delivered, and the answer is more_data. A null name
+  // asks for the value only.
+  Status enumerate_value(const Key& key, std::uint32_t index, Text_Out* name, Value_Out& value);
+  Status info(const Key& key, Text_Out* class_name, Key_Counts* out_counts);
+
+  Status read_value(const Key& key, std::u16string_view name, Value_Out& value);
+  Status write_value(const Key& key, std::u16string_view name, std::uint32_t type, const unsigned char* data,
+                     std::uint32_t size);
+  Status remove_value(const Key& key, std::u16string_view name);
+
+  Status rights(const Key& key, Key_Rights* out_rights);
+  Status set_rights(const Key& key, const std::uint32_t* mode, const std::uint32_t* owner, const std::uint32_t* group);
+
+  // Durable on the disk: everything written to the key's hive so far.
+  Status flush(const Key& key);
+  // The key and all below it as a new hive file; the file must not stand.
+  Status save(const Key& key, const std::string& file);
+  // Every hive that is open or stands, consistent, into a folder or file that a backup can be restored from.
+  Status backup(const std::string& path);
+  // The image of HKEY_CURRENT_USER; see hive/image/.
+  Status user_image(std::vector<unsigned char>* out_image);
+  // The same for the end of the process: empty when the per-user file already carries it.
+  Status closing_user_image(std::vector<unsigned char>* out_image);
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace hive

@@ -1,0 +1,140 @@
+// What a key shows and holds: its sub-keys and values by index, counts, values by name, rights.
+#include <algorithm>
+
+#include "hive/keys.h"
+#include "hive/name.h"
+#include "hive/registry.h"
+#include "hive/registry_parts.h"
+#include "hive/store/statement.h"
+#include "hive/text_out.h"
+#include "hive/values.h"
+
+namespace hive {
+namespace {
+
+constexpr std::uint32_t readable_by_all = 0444;
+
+bool is_nothing(const Key& key) {
+  return key->place == Place::nothing;
+}
+
+Status put_unit_text(std::u16string_view text, Text_Out& out) {
+  return put_text(stored_form(text), out) ? Status::ok : Status::more_data;
+}
+
+// The user's own hive stands behind the keys of the machine hive.
+Status enumerate_user(Connection& connection, std::int64_t users, std::uint32_t index, std::u16string_view user_name,
+                      Text_Out& name, Text_Out* class_name, std::uint64_t* out_last_write_time) {
+  Key_Row row;
+  Status status = read_key(connection, users, &row);
+  if (status != Status::ok) return status;
+  if (index != row.children) return Status::no_more_items;
+  if (class_name != nullptr) put_text({}, *class_name);
+  if (out_last_write_time != nullptr) *out_last_write_time = row.written;
+  return put_unit_text(user_name, name);
+}
+
+Status show_row(Connection& connection, const Key_Row& row, std::int64_t key, Key_Counts* out) {
+  *out = {row.children, row.max_child_units,      row.max_class_units, row.values,
+          row.max_value_name_units, row.max_value_size, row.written};
+  if (connection.shows_volatile) return Status::ok;
+  Statement count(connection, Query::lasting_child_counts);
+  if (!count.bind(1, key).row()) return connection.status();
+  out->sub_keys = count.number32(0);
+  out->max_sub_key_units = count.number32(1);
+  out->max_class_units = count.number32(2);
+  return Status::ok;
+}
+
+}  // namespace
+
+Status Registry::enumerate_key(const Key& key, std::uint32_t index, Text_Out& name, Text_Out* class_name,
+                               std::uint64_t* out_last_write_time) {
+  if (is_nothing(key)) return Status::no_more_items;
+  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
+    Status status =
+        hive::enumerate_key(connection, number, index, key->keys, name, class_name, out_last_write_time);
+    if (status != Status::no_more_items || key->place != Place::users) return status;
+    return enumerate_user(connection, number, index, parts_->user_name, name, class_name, out_last_write_time);
+  });
+}
+
+Status Registry::enumerate_value(const Key& key, std::uint32_t index, Text_Out* name, Value_Out& value) {
+  if (is_nothing(key)) return Status::no_more_items;
+  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
+    return hive::enumerate_value(connection, number, index, key->values, name, value);
+  });
+}
+
+Status Registry::info(const Key& key, Text_Out* class_name, Key_Counts* out_counts) {
+  *out_counts = {};
+  if (is_nothing(key)) {
+    if (class_name != nullptr) put_text({}, *class_name);
+    return Status::ok;
+  }
+  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
+    Key_Row row;
+    Status status = read_key(connection, number, &row);
+    if (status != Status::ok) return status;
+    show_row(connection, row, number, out_counts);
+    if (key->place == Place::users) {
+      ++out_counts->sub_keys;
+      out_counts->max_sub_key_units =
+          std::max(out_counts->max_sub_key_units, static_cast<std::uint32_t>(parts_->user_name.size()));
+    }
+    bool fits = class_name == nullptr || put_text(row.class_name, *class_name);
+    return fits ? Status::ok : Status::more_data;
+  });
+}
+
+Status Registry::read_value(const Key& key, std::u16string_view name, Value_Out& value) {
+  if (is_nothing(key)) return Status::not_found;
+  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
+    return hive::read_value(connection, number, name, value);
+  });
+}
+
+Status Registry::write_value(const Key& key, std::u16string_view name, std::uint32_t type, const unsigned char* data,
+                             std::uint32_t size) {
+  if (is_nothing(key)) return Status::denied;
+  if (name.size() > max_value_name_units) return Status::invalid;
+  if (size > max_value_size) return Status::too_large;
+  return parts_->write(key, [&](Connection& connection, std::int64_t number) {
+    return hive::write_value(connection, number, name, type, data, size);
+  });
+}
+
+Status Registry::remove_value(const Key& key, std::u16string_view name) {
+  if (is_nothing(key)) return Status::not_found;
+  return parts_->write(key, [&](Connection& connection, std::int64_t number) {
+    return hive::remove_value(connection, number, name);
+  });
+}
+
+Status Registry::rights(const Key& key, Key_Rights* out_rights) {
+  *out_rights = {readable_by_all, 0, 0};
+  if (is_nothing(key)) return Status::ok;
+  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
+    Key_Row row;
+    Status status = read_key(connection, number, &row);
+    if (status == Status::ok) *out_rights = {row.mode, row.owner, row.group};
+    return status;
+  });
+}
+
+Status Registry::set_rights(const Key& key, const std::uint32_t* mode, const std::uint32_t* owner,
+                            const std::uint32_t* group) {
+  if (is_nothing(key)) return Status::denied;
+  return parts_->write(key, [&](Connection& connection, std::int64_t number) {
+    Status status = check_key(connection, number);
+    if (status != Status::ok) return status;
+    Statement set(connection, Query::set_rights);
+    set.bind(1, number).bind(2, connection.take_id());
+    mode != nullptr ? set.bind(3, *mode) : set.bind_null(3);
+    owner != nullptr ? set.bind(4, *owner) : set.bind_null(4);
+    group != nullptr ? set.bind(5, *group) : set.bind_null(5);
+    return set.run();
+  });
+}
+
+}  // namespace hive

@@ -1,0 +1,26 @@
+#include "hive/store/back_off.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace hive {
+namespace {
+
+constexpr std::chrono::microseconds longest_pause{5000};
+
+}  // namespace
+
+Back_Off::Clock::time_point Back_Off::deadline() {
+  if (deadline_ == Clock::time_point{}) deadline_ = Clock::now() + time_out_;
+  return deadline_;
+}
+
+bool Back_Off::pause() {
+  Clock::time_point now = Clock::now();
+  if (now >= deadline()) return false;
+  std::this_thread::sleep_for(std::min<Clock::duration>(next_, deadline_ - now));
+  next_ = std::min(next_ * 2, longest_pause);
+  return true;
+}
+
+}  // namespace hive

@@ -1,0 +1,29 @@
+// Waiting for another process, a little longer each time, until the time is over.
+#pragma once
+
+#include <chrono>
+
+namespace hive {
+
+// How long another process may hold a hive before the answer is Status::busy.
+inline constexpr std::chrono::seconds busy_time_out{5};
+
+class Back_Off {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // The time starts with the first pause: what never waits never asks the clock.
+  explicit Back_Off(std::chrono::milliseconds time_out = busy_time_out) : time_out_(time_out) {}
+
+  // False when the time is over; otherwise sleeps.
+  bool pause();
+  // When the time will be over.
+  Clock::time_point deadline();
+
+ private:
+  std::chrono::milliseconds time_out_;
+  std::chrono::microseconds next_{100};
+  Clock::time_point deadline_{};
+};
+
+}  // namespace hive

@@ -1,0 +1,108 @@
+// One SQLite connection with everything that belongs to it: its statements, the descriptors it has open, the
+// process it was opened in, its block of ids, and the first failure of the transaction at hand.
+//
+// SQLite may only be called while a Connection::Use lives, and by one thread at a time.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "hive/status.h"
+#include "hive/store/errors.h"
+#include "hive/store/system_calls.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace hive {
+
+enum class Query {
+#define QUERY(name, text) name,
+#include "hive/store/queries.def"
+#undef QUERY
+  count
+};
+
+class Connection {
+ public:
+  enum class Mode {
+    shared,     // a hive among other processes; what is forbidden to write is opened for reading
+    immutable,  // a hive that nobody has open for writing
+    fresh,      // a file that this process has just made
+    memory,     // private to the process
+  };
+
+  // Opens without looking at the content. On failure *out is null and *reason is told.
+  static Status open(const std::string& file, Mode mode, std::unique_ptr<Connection>* out, std::string* reason);
+  // Closes. When its descriptors are no longer its own, or another process made it, without touching any.
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Around every use.
+  class Use {
+   public:
+    explicit Use(Connection& connection) : recording_(connection.descriptors_) {}
+
+   private:
+    Recording recording_;
+  };
+
+  Mode mode() const { return mode_; }
+  bool read_only() const { return read_only_; }
+  // Opened in this process, and every descriptor is what it was.
+  bool intact() const;
+  const Descriptors& descriptors() const { return descriptors_; }
+  // The last closing of a hive brings its log into it and shortens it; not with this.
+  void leave_log_alone();
+
+  sqlite3* handle() { return db_; }
+  // Null with a failure noted when it cannot be prepared.
+  sqlite3_stmt* prepared(Query query);
+  // Runs statements that are not kept.
+  Status run_text(const char* text);
+
+  // The first failure since it was cleared.
+  void note(int code);
+  void clear_failure();
+  const Failure& failure() const { return failure_; }
+  Status status() const { return status_of(failure_); }
+  // The failure's status, or the given one when there was none.
+  Status failed_or(Status otherwise) const { return failure_.code == 0 ? otherwise : status(); }
+
+  // A number that no key and no state of a key in this hive ever had. Within a writing transaction; 0 with a
+  // failure noted when there is none to be had.
+  std::int64_t take_id();
+  // Whether a writing transaction's ids are kept with it or forgotten.
+  void keep_ids() { kept_ids_ = ids_; }
+  void forget_ids() { ids_ = kept_ids_; }
+
+  // Volatile keys of an earlier run of the machine are still in the hive and must not be shown.
+  bool shows_volatile = true;
+
+ private:
+  struct Id_Block {
+    std::int64_t next = 0;
+    std::int64_t end = 0;
+  };
+
+  Connection() = default;
+  Status set_up(std::string* reason);
+  void finalize();
+  void abandon();
+
+  sqlite3* db_ = nullptr;
+  sqlite3_stmt* statements_[static_cast<int>(Query::count)] = {};
+  Descriptors descriptors_;
+  Failure failure_;
+  Id_Block ids_;
+  Id_Block kept_ids_;
+  pid_t process_ = 0;
+  Mode mode_ = Mode::shared;
+  bool read_only_ = false;
+};
+
+}  // namespace hive

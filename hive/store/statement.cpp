@@ -1,0 +1,82 @@
+#include "hive/store/statement.h"
+
+#include <sqlite3.h>
+
+namespace hive {
+namespace {
+
+// SQLite takes a null address for NULL, also with a size of 0.
+const char* address(const void* data) {
+  return data == nullptr ? "" : static_cast<const char*>(data);
+}
+
+}  // namespace
+
+Statement::Statement(Connection& connection, Query query)
+    : connection_(connection), statement_(connection.prepared(query)) {}
+
+Statement::~Statement() {
+  if (statement_ == nullptr) return;
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+Statement& Statement::bind(int place, std::int64_t number) {
+  if (statement_ != nullptr) sqlite3_bind_int64(statement_, place, number);
+  return *this;
+}
+
+Statement& Statement::bind(int place, std::string_view text) {
+  if (statement_ == nullptr) return *this;
+  int code = sqlite3_bind_text64(statement_, place, address(text.data()), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+  if (code != SQLITE_OK) connection_.note(code);
+  return *this;
+}
+
+Statement& Statement::bind_data(int place, const void* data, std::size_t size) {
+  if (statement_ == nullptr) return *this;
+  int code = sqlite3_bind_blob64(statement_, place, address(data), size, SQLITE_STATIC);
+  if (code != SQLITE_OK) connection_.note(code);
+  return *this;
+}
+
+Statement& Statement::bind_null(int place) {
+  if (statement_ != nullptr) sqlite3_bind_null(statement_, place);
+  return *this;
+}
+
+bool Statement::row() {
+  if (statement_ == nullptr) return false;
+  int code = sqlite3_step(statement_);
+  if (code == SQLITE_ROW) return true;
+  if (code != SQLITE_DONE) connection_.note(code);
+  return false;
+}
+
+Status Statement::run() {
+  while (row()) {
+  }
+  return connection_.status();
+}
+
+bool Statement::is_null(int column) {
+  return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
+std::int64_t Statement::number(int column) {
+  return sqlite3_column_int64(statement_, column);
+}
+
+std::string_view Statement::text(int column) {
+  const unsigned char* text = sqlite3_column_text(statement_, column);
+  if (text == nullptr) return {};
+  return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+std::string_view Statement::data(int column) {
+  const void* data = sqlite3_column_blob(statement_, column);
+  if (data == nullptr) return {};
+  return {static_cast<const char*>(data), static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+}  // namespace hive

@@ -1,0 +1,111 @@
+#include "hive/store/store.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "hive/store/fork.h"
+
+namespace hive {
+namespace {
+
+std::vector<Store*>& stores() {
+  static std::vector<Store*>& list = *new std::vector<Store*>;
+  return list;
+}
+
+File_Identity identity_at(const std::string& file) {
+  struct stat now;
+  return stat(file.c_str(), &now) == 0 ? File_Identity{now.st_dev, now.st_ino} : File_Identity{};
+}
+
+// Whether a connection that failed like this is of no further use.
+bool spoils_connection(Status status, const Failure& failure) {
+  if (failure.code == 0) return false;
+  if (status == Status::busy) return failure.code == SQLITE_READONLY_DBMOVED;
+  return status != Status::disk_full;
+}
+
+}  // namespace
+
+const std::vector<Store*>& Store::all() {
+  return stores();
+}
+
+Store* Store::attach(const File_Identity& identity, const std::string& file, mode_t file_mode) {
+  guard_forks();
+  auto known = std::find_if(stores().begin(), stores().end(), [&](const Store* store) {
+    return !store->file_.empty() && store->identity_ == identity;
+  });
+  Store* store = known != stores().end() ? *known : nullptr;
+  if (store == nullptr) {
+    store = new Store;
+    store->identity_ = identity;
+    store->move_to(file, file_mode);
+    stores().push_back(store);
+  } else if (store->file_ != file && !(identity_at(store->file_) == identity)) {
+    // The number of a file that is gone was given to this one.
+    store->move_to(file, file_mode);
+  }
+  ++store->users_;
+  return store;
+}
+
+void Store::move_to(const std::string& file, mode_t file_mode) {
+  std::lock_guard lock(mutex_);
+  close();
+  file_ = file;
+  queue_.set_file(file, file_mode);
+}
+
+Store* Store::attach_private() {
+  guard_forks();
+  Store* store = new Store;
+  stores().push_back(store);
+  ++store->users_;
+  return store;
+}
+
+void Store::detach() {
+  if (--users_ > 0) return;
+  std::lock_guard lock(mutex_);
+  if (users_ == 0) close();
+}
+
+Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings) {
+  std::lock_guard lock(mutex_);
+  Status status = ready(access, traits, findings);
+  if (status != Status::ok) return status;
+  Connection::Use use(*connection_);
+  return finish_run(in_transaction(*connection_, access, body), findings);
+}
+
+// Drops what cannot be kept: a connection that failed, and one that is only good while nobody writes.
+Status Store::finish_run(Status status, Findings& findings) {
+  const Failure failure = connection_->failure();
+  if (failure.code != 0) findings.reason = text_of(failure);
+  bool was_immutable = connection_->mode() == Connection::Mode::immutable;
+  if (was_immutable || spoils_connection(status, failure)) close();
+  return was_immutable && !has_no_log() ? Status::busy : status;
+}
+
+void Store::before_fork() {
+  mutex_.lock();
+  queue_.before_fork();
+  if (connection_ == nullptr || connection_->mode() == Connection::Mode::memory) return;
+  connection_->leave_log_alone();
+  close();
+}
+
+void Store::after_fork_in_parent() {
+  queue_.after_fork_in_parent();
+  mutex_.unlock();
+}
+
+void Store::after_fork_in_child() {
+  queue_.after_fork_in_child();
+  mutex_.unlock();
+}
+
+}  // namespace hive

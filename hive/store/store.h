@@ -1,0 +1,86 @@
+// One hive file as this process has it: told from others by device and inode, whatever path led to it. One
+// connection behind a mutex, opened at need and opened anew whenever it cannot be trusted any more. A private
+// hive has no file. Stores are immortal: once known, a file's Store is there for every later opener.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "hive/store/connection.h"
+#include "hive/store/queue.h"
+#include "hive/store/transaction.h"
+
+namespace hive {
+
+// What came up while a hive was used: why it could not be (empty when it could), and lines to be said about
+// it once no mutex is held.
+struct Findings {
+  std::string reason;
+  std::vector<std::string> lines;
+};
+
+// What a hive is made with, and what it is given before its first use.
+struct Hive_Traits {
+  mode_t file_mode = 0600;
+  mode_t root_mode = 0700;
+  bool counts_changes = false;  // images are made of it
+  // Whether fill has something to do; in a reading transaction.
+  std::function<bool(Connection&)> incomplete;
+  // Puts in what the hive starts with; in a writing transaction.
+  std::function<Status(Connection&, Findings& findings)> fill;
+};
+
+class Store {
+ public:
+  // Every Store there is, in a fixed order. With the opening mutex held.
+  static const std::vector<Store*>& all();
+
+  // The Store of a file, which is this path's real one, or a private one; the caller is counted as a user.
+  // With the opening mutex held.
+  static Store* attach(const File_Identity& identity, const std::string& file, mode_t file_mode);
+  static Store* attach_private();
+  // One user less; the last one closes the connection. Without the opening mutex.
+  void detach();
+
+  const File_Identity& identity() const { return identity_; }
+  Writer_Queue& queue() { return queue_; }
+
+  // One attempt at a transaction. Status::busy: another process is in the way, and the whole is to be tried
+  // again. The reason is told when the hive could not be used, and left alone when the body or its own rights
+  // decided.
+  Status run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings);
+
+  void before_fork();
+  void after_fork_in_parent();
+  void after_fork_in_child();
+
+ private:
+  Store() = default;
+
+  Status ready(Access access, const Hive_Traits& traits, Findings& findings);
+  Status open(const Hive_Traits& traits, Findings& findings);
+  Status open_file(const Hive_Traits& traits, Findings& findings);
+  Status open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings);
+  Status prepare_content(const Hive_Traits& traits, Findings& findings);
+  Status complete(const Hive_Traits& traits, Findings& findings);
+  Status finish_run(Status status, Findings& findings);
+  void move_to(const std::string& file, mode_t file_mode);
+  void close() { connection_.reset(); }
+
+  bool may_write() const;
+  bool has_no_log() const;
+  bool is_own_file() const;
+
+  std::mutex mutex_;
+  std::unique_ptr<Connection> connection_;
+  Writer_Queue queue_;
+  std::string file_;  // empty: private to the process
+  File_Identity identity_;
+  std::atomic<int> users_{0};
+};
+
+}  // namespace hive

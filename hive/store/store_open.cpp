@@ -1,0 +1,127 @@
+// How a Store gets its connection: what stands at the file is looked at first and never changed unless it is
+// an empty file or a hive of ours.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fcntl.h>
+
+#include "hive/boot.h"
+#include "hive/store/meta.h"
+#include "hive/store/schema.h"
+#include "hive/store/store.h"
+
+namespace hive {
+namespace {
+
+std::string folder_of(const std::string& file) {
+  std::size_t slash = file.rfind('/');
+  return slash == 0 ? "/" : file.substr(0, slash);
+}
+
+bool writable(const std::string& path) {
+  return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+}
+
+}  // namespace
+
+// A connection that is there and can be trusted; for writing one that may write.
+Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings) {
+  if (connection_ != nullptr && !connection_->intact()) close();
+  if (connection_ != nullptr && access == Access::write && connection_->read_only()) close();
+  if (connection_ == nullptr) {
+    Status status = open(traits, findings);
+    if (status != Status::ok) {
+      if (connection_ != nullptr) connection_->leave_log_alone();
+      close();
+      return status;
+    }
+  } else if (!connection_->shows_volatile) {
+    Status status = prepare_content(traits, findings);
+    if (status != Status::ok) return status;
+  }
+  return access == Access::write && connection_->read_only() ? Status::denied : Status::ok;
+}
+
+Status Store::open(const Hive_Traits& traits, Findings& findings) {
+  if (!file_.empty()) return open_file(traits, findings);
+  Status status = Connection::open(file_, Connection::Mode::memory, &connection_, &findings.reason);
+  if (status != Status::ok) return status;
+  status = make_hive(*connection_, traits.root_mode);
+  return status == Status::ok ? prepare_content(traits, findings) : status;
+}
+
+Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
+  File_Look look;
+  Status status = look_at_file(file_, &look, &findings.reason);
+  if (status != Status::ok) return status;
+  if (look.has_log && has_no_log() && !may_write()) {
+    status = Connection::open(file_, Connection::Mode::immutable, &connection_, &findings.reason);
+  } else {
+    status = open_shared(look.empty, look.has_log, traits, findings);
+  }
+  if (status != Status::ok) return status;
+  // Replaced since its path was asked: the next attempt finds the other one.
+  if (!is_own_file()) return Status::busy;
+  return prepare_content(traits, findings);
+}
+
+Status Store::open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings) {
+  Status status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
+  if (status != Status::ok) return status;
+  Connection::Use use(*connection_);
+  if (empty && connection_->read_only()) {
+    findings.reason = "an empty file that may not be written";
+    return Status::denied;
+  }
+  if (empty) status = make_hive(*connection_, traits.root_mode);
+  if (status == Status::ok && !has_log && !connection_->read_only()) status = use_log(*connection_);
+  if (status != Status::ok) findings.reason = text_of(connection_->failure());
+  return status;
+}
+
+// Volatile keys of an earlier run of the machine go, and a new hive gets what it starts with. Who may only
+// read does not show such keys.
+Status Store::prepare_content(const Hive_Traits& traits, Findings& findings) {
+  Connection::Use use(*connection_);
+  bool current = false;
+  bool incomplete = false;
+  Status status = in_transaction(*connection_, Access::read, [&](Connection& connection) {
+    current = meta_text(connection, "boot") == boot_identity();
+    incomplete = traits.incomplete && traits.incomplete(connection);
+    return connection.status();
+  });
+  connection_->shows_volatile = current || !connection_->read_only();
+  bool lacking = !current || incomplete;
+  if (status == Status::ok && lacking && !connection_->read_only()) status = complete(traits, findings);
+  if (status != Status::ok && findings.reason.empty()) findings.reason = text_of(connection_->failure());
+  return status;
+}
+
+Status Store::complete(const Hive_Traits& traits, Findings& findings) {
+  return in_transaction(*connection_, Access::write, [&](Connection& connection) {
+    Status status = remove_stale_keys(connection);
+    if (status == Status::ok && traits.incomplete && traits.incomplete(connection)) {
+      status = traits.fill(connection, findings);
+    }
+    return status;
+  });
+}
+
+bool Store::may_write() const {
+  return writable(file_) && (!has_no_log() || writable(folder_of(file_)));
+}
+
+// No log, and none that a reader could open.
+bool Store::has_no_log() const {
+  struct stat log;
+  struct stat index;
+  if (stat((file_ + "-wal").c_str(), &log) != 0) return true;
+  return log.st_size == 0 && stat((file_ + "-shm").c_str(), &index) != 0;
+}
+
+bool Store::is_own_file() const {
+  const std::vector<Descriptor>& open = connection_->descriptors().list();
+  return !open.empty() && open.front().file == identity_;
+}
+
+}  // namespace hive

@@ -1,0 +1,211 @@
+#include "hive/store/system_calls.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <mutex>
+
+namespace hive {
+namespace {
+
+constexpr int first_free_descriptor = 3;
+
+// Plain types: nothing is constructed or destroyed with a thread.
+thread_local Descriptors* recorder = nullptr;
+thread_local bool abandoning = false;
+thread_local int system_error = 0;
+
+// SQLite's own functions, as they were before ours were put in front of them.
+struct System_Calls {
+  int (*open)(const char*, int, int);
+  int (*close)(int);
+  int (*fcntl)(int, int, ...);
+  int (*ftruncate)(int, off_t);
+  ssize_t (*read)(int, void*, size_t);
+  ssize_t (*pread)(int, void*, size_t, off_t);
+  ssize_t (*pread64)(int, void*, size_t, off_t);
+  ssize_t (*write)(int, const void*, size_t);
+  ssize_t (*pwrite)(int, const void*, size_t, off_t);
+  ssize_t (*pwrite64)(int, const void*, size_t, off_t);
+  int (*fallocate)(int, off_t, off_t);
+  int (*fchmod)(int, mode_t);
+  int (*fchown)(int, uid_t, gid_t);
+  int (*unlink)(const char*);
+};
+System_Calls real;
+
+template <typename Result>
+Result noting_failure(Result result) {
+  if (result < 0) system_error = errno;
+  return result;
+}
+
+int open_above_standard(const char* path, int flags, int mode) {
+  if (abandoning) return -1;
+  int fd = noting_failure(above_standard(real.open(path, flags | O_CLOEXEC, mode)));
+  if (fd >= 0 && recorder != nullptr) recorder->opened(fd);
+  return fd;
+}
+
+int close_recorded(int fd) {
+  if (recorder != nullptr) recorder->closed(fd);
+  return abandoning ? 0 : real.close(fd);
+}
+
+int control(int fd, int command, ...) {
+  va_list arguments;
+  va_start(arguments, command);
+  void* argument = va_arg(arguments, void*);
+  va_end(arguments);
+  return abandoning ? 0 : real.fcntl(fd, command, argument);
+}
+
+int truncate(int fd, off_t size) {
+  return abandoning ? 0 : noting_failure(real.ftruncate(fd, size));
+}
+
+ssize_t read_file(int fd, void* data, size_t size) {
+  return abandoning ? 0 : real.read(fd, data, size);
+}
+
+template <ssize_t (*System_Calls::*call)(int, void*, size_t, off_t)>
+ssize_t read_at(int fd, void* data, size_t size, off_t place) {
+  return abandoning ? 0 : (real.*call)(fd, data, size, place);
+}
+
+ssize_t write_file(int fd, const void* data, size_t size) {
+  return abandoning ? static_cast<ssize_t>(size) : noting_failure(real.write(fd, data, size));
+}
+
+template <ssize_t (*System_Calls::*call)(int, const void*, size_t, off_t)>
+ssize_t write_at(int fd, const void* data, size_t size, off_t place) {
+  return abandoning ? static_cast<ssize_t>(size) : noting_failure((real.*call)(fd, data, size, place));
+}
+
+int allocate(int fd, off_t place, off_t size) {
+  return abandoning ? 0 : noting_failure(real.fallocate(fd, place, size));
+}
+
+int change_mode(int fd, mode_t mode) {
+  return abandoning ? 0 : real.fchmod(fd, mode);
+}
+
+int change_owner(int fd, uid_t owner, gid_t group) {
+  return abandoning ? 0 : real.fchown(fd, owner, group);
+}
+
+int remove_name(const char* path) {
+  return abandoning ? 0 : real.unlink(path);
+}
+
+// A call that this build of SQLite does not make is passed over.
+template <typename Function>
+void replace(sqlite3_vfs* vfs, const char* name, Function& original, Function ours) {
+  sqlite3_syscall_ptr current = vfs->xGetSystemCall(vfs, name);
+  if (current == nullptr) return;
+  original = reinterpret_cast<Function>(current);
+  vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(ours));
+}
+
+void install() {
+  sqlite3_vfs* vfs = sqlite3_vfs_find("unix");
+  if (vfs == nullptr || vfs->iVersion < 3) return;
+  replace(vfs, "open", real.open, &open_above_standard);
+  replace(vfs, "close", real.close, &close_recorded);
+  replace(vfs, "fcntl", real.fcntl, &control);
+  replace(vfs, "ftruncate", real.ftruncate, &truncate);
+  replace(vfs, "read", real.read, &read_file);
+  replace(vfs, "pread", real.pread, &read_at<&System_Calls::pread>);
+  replace(vfs, "pread64", real.pread64, &read_at<&System_Calls::pread64>);
+  replace(vfs, "write", real.write, &write_file);
+  replace(vfs, "pwrite", real.pwrite, &write_at<&System_Calls::pwrite>);
+  replace(vfs, "pwrite64", real.pwrite64, &write_at<&System_Calls::pwrite64>);
+  replace(vfs, "fallocate", real.fallocate, &allocate);
+  replace(vfs, "fchmod", real.fchmod, &change_mode);
+  replace(vfs, "fchown", real.fchown, &change_owner);
+  replace(vfs, "unlink", real.unlink, &remove_name);
+}
+
+bool still_there(const Descriptor& descriptor) {
+  struct stat now;
+  return fstat(descriptor.fd, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == descriptor.file;
+}
+
+}  // namespace
+
+void Descriptors::opened(int fd) {
+  struct stat file;
+  if (fstat(fd, &file) == 0) list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink});
+}
+
+void Descriptors::closed(int fd) {
+  std::erase_if(list_, [fd](const Descriptor& descriptor) { return descriptor.fd == fd; });
+}
+
+bool Descriptors::intact() const {
+  return std::all_of(list_.begin(), list_.end(), [](const Descriptor& descriptor) {
+    struct stat now;
+    return fstat(descriptor.fd, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == descriptor.file &&
+           now.st_nlink == descriptor.links;
+  });
+}
+
+void Descriptors::close_own() {
+  for (const Descriptor& descriptor : list_) {
+    if (still_there(descriptor) && (fcntl(descriptor.fd, F_GETFD) & FD_CLOEXEC) != 0) ::close(descriptor.fd);
+  }
+  list_.clear();
+}
+
+bool Descriptors::sync() const {
+  return std::all_of(list_.begin(), list_.end(),
+                     [](const Descriptor& descriptor) { return fdatasync(descriptor.fd) == 0; });
+}
+
+Recording::Recording(Descriptors& descriptors) : before_(recorder) {
+  recorder = &descriptors;
+}
+
+Recording::~Recording() {
+  recorder = before_;
+}
+
+Abandoning::Abandoning() {
+  abandoning = true;
+}
+
+Abandoning::~Abandoning() {
+  abandoning = false;
+}
+
+void install_system_calls() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    sqlite3_initialize();
+    install();
+  });
+}
+
+int last_system_error() {
+  return system_error;
+}
+
+void clear_system_error() {
+  system_error = 0;
+}
+
+int above_standard(int fd) {
+  if (fd < 0 || fd >= first_free_descriptor) return fd;
+  int copy = fcntl(fd, F_DUPFD_CLOEXEC, first_free_descriptor);
+  int reason = errno;
+  ::close(fd);
+  errno = reason;
+  return copy;
+}
+
+}  // namespace hive

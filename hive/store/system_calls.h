@@ -1,0 +1,79 @@
+// What SQLite asks of the system goes through wrappers of ours, put once into its file layer:
+// - it is known at any time which descriptors a connection has open and which files they are, so that a
+//   connection whose descriptors were closed behind its back is noticed before it writes into whatever got
+//   their numbers;
+// - such a connection can be closed without touching a descriptor (Abandoning);
+// - the reason of a failed write is kept, which SQLite does not always pass on;
+// - no descriptor of ours is 0, 1 or 2, which a program may expect to be its next one.
+//
+// Recording and Abandoning hold for the calling thread while they live.
+#pragma once
+
+#include <sys/types.h>
+
+#include <vector>
+
+namespace hive {
+
+// Which file: equal for all its names.
+struct File_Identity {
+  dev_t device = 0;
+  ino_t inode = 0;
+
+  bool operator==(const File_Identity&) const = default;
+};
+
+struct Descriptor {
+  int fd;
+  File_Identity file;
+  nlink_t links;
+};
+
+// The descriptors that a connection has open.
+class Descriptors {
+ public:
+  void opened(int fd);
+  void closed(int fd);
+  // True when each is still the file it was, with as many links as it had.
+  bool intact() const;
+  // Closes those that are still the files they were; for a connection that was abandoned.
+  void close_own();
+  // Writes what a descriptor's file holds to the disk; true when that went well for each.
+  bool sync() const;
+  const std::vector<Descriptor>& list() const { return list_; }
+
+ private:
+  std::vector<Descriptor> list_;
+};
+
+class Recording {
+ public:
+  explicit Recording(Descriptors& descriptors);
+  ~Recording();
+  Recording(const Recording&) = delete;
+  Recording& operator=(const Recording&) = delete;
+
+ private:
+  Descriptors* before_;
+};
+
+// While it lives, SQLite's calls on descriptors and names succeed and do nothing.
+class Abandoning {
+ public:
+  Abandoning();
+  ~Abandoning();
+  Abandoning(const Abandoning&) = delete;
+  Abandoning& operator=(const Abandoning&) = delete;
+};
+
+// Puts the wrappers in place; more than once is harmless. Before the first connection.
+void install_system_calls();
+
+// errno of the thread's last failed write, truncation or opening since it was cleared; 0 when there was none.
+int last_system_error();
+void clear_system_error();
+
+// The descriptor, or a copy of it above the standard ones (the original is then closed); -1 with errno.
+int above_standard(int fd);
+
+}  // namespace hive

@@ -1,0 +1,49 @@
+// The service's start, and its operations on whole hives.
+//
+// The service is made once and never destroyed: threads may use it while the process ends.
+#include "impl/inproc/inproc_service.h"
+
+#include <kelvane/process.h>
+#include <winerror.h>
+
+#include <memory>
+
+#include "impl/inproc/process_locations.h"
+
+namespace impl {
+namespace {
+
+// The registry's own log reads its settings from the registry, so complaints do not go there.
+void complain(const std::string& line) { KvConsoleMessage("kelvane registry: %s\n", line.c_str()); }
+
+}  // namespace
+
+Registry_Service& registry_service() {
+  static Inproc_Service* const service = new Inproc_Service;
+  return *service;
+}
+
+Inproc_Service::Inproc_Service()
+    : registry_(std::make_unique<Process_Locations>(complain), complain), roots_(registry_, handles_) {}
+
+DWORD Inproc_Service::save_key(HKEY key, const char* file) {
+  return with_key(key, 0, [&](const hive::Key& at, DWORD) { return registry_.save(at, file); });
+}
+
+DWORD Inproc_Service::backup(const char* path) { return code_of(registry_.backup(path)); }
+
+DWORD Inproc_Service::user_image(std::vector<BYTE>* out_image) { return code_of(registry_.user_image(out_image)); }
+
+DWORD Inproc_Service::closing_user_image(std::vector<BYTE>* out_image) {
+  return code_of(registry_.closing_user_image(out_image));
+}
+
+// There is no server here to shut down, and nobody is connected to it.
+DWORD Inproc_Service::shut_down() { return ERROR_CALL_NOT_IMPLEMENTED; }
+
+DWORD Inproc_Service::list_connected(RegistryConnection*, DWORD* count) {
+  *count = 0;
+  return ERROR_SUCCESS;
+}
+
+}  // namespace impl

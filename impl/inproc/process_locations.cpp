@@ -1,0 +1,83 @@
+// Asks libadvapi32's exported functions, each of which may print and end the process.
+#include "impl/inproc/process_locations.h"
+
+#include <kelvane/advapi32.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace impl {
+namespace {
+
+constexpr const char* user_hive_name = "/hkcu.hive";
+constexpr mode_t private_folder_mode = 0700;
+
+// A name that libadvapi32 has made and handed over. While its allocations come from the system's heap the
+// name is released here; later ones are not to be released by anyone.
+class Handed_Name {
+ public:
+  Handed_Name() : releasable_(KvSafeToUseMalloc() != 0) {}
+  ~Handed_Name() {
+    if (releasable_) delete[] name_;
+  }
+  Handed_Name(const Handed_Name&) = delete;
+  Handed_Name& operator=(const Handed_Name&) = delete;
+
+  char** out() { return &name_; }
+  std::string text() const { return name_ == nullptr ? std::string() : std::string(name_); }
+
+ private:
+  bool releasable_;
+  char* name_ = nullptr;
+};
+
+std::size_t length_of_variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? 0 : std::strlen(value);
+}
+
+// The folder of this host's core data, or "" when there is none.
+std::string core_data_folder() {
+  constexpr std::size_t room_beside_variables = 4096;
+  std::vector<char> folder(room_beside_variables + length_of_variable("HOME") +
+                           length_of_variable("KVCORE_PRIVATE_DATA"));
+  return KvICalculateCoreDataDirectory(folder.data()) == 1 ? std::string(folder.data()) : std::string();
+}
+
+// Makes the folder when it is missing; one that is made here is the user's alone.
+bool make_private_folder(std::string folder) {
+  struct stat found;
+  const bool stood = stat(folder.c_str(), &found) == 0;
+  if (!insure_stat(folder.data(), &found) || !S_ISDIR(found.st_mode)) return false;
+  return stood || chmod(folder.c_str(), private_folder_mode) == 0;
+}
+
+}  // namespace
+
+std::string Process_Locations::machine_hive() {
+  Handed_Name user, machine;
+  KvGetRegistryFileNames(user.out(), machine.out());
+  return machine.text();
+}
+
+std::string Process_Locations::user_image() {
+  Handed_Name user, machine;
+  KvGetRegistryFileNames(user.out(), machine.out());
+  return user.text();
+}
+
+std::string Process_Locations::user_hive() {
+  const std::string folder = core_data_folder();
+  if (folder.empty()) return "";
+  if (!make_private_folder(folder)) {
+    complain_(folder + " cannot be made; HKEY_CURRENT_USER lasts only as long as this process");
+    return "";
+  }
+  return folder + user_hive_name;
+}
+
+mode_t Process_Locations::machine_mask() { return static_cast<mode_t>(get_kv_umask()); }
+
+}  // namespace impl

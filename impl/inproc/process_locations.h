@@ -1,0 +1,23 @@
+// Where the hives of this process lie, as libadvapi32's settings tell it.
+#pragma once
+
+#include <string>
+
+#include "hive/registry.h"
+
+namespace impl {
+
+class Process_Locations final : public hive::Locations {
+ public:
+  explicit Process_Locations(hive::Complain complain) : complain_(complain) {}
+
+  std::string machine_hive() override;
+  std::string user_hive() override;
+  std::string user_image() override;
+  mode_t machine_mask() override;
+
+ private:
+  hive::Complain complain_;
+};
+
+}  // namespace impl
