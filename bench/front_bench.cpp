@@ -69,8 +69,8 @@ __attribute__((noinline)) LSTATUS query_by_hand(HKEY key, const char* value_name
   DWORD stored_size = *size * 2;
   DWORD stored_type;
   const auto query = reinterpret_cast<Query>(KvIRegFunctions[query_slot].entry);
-  const DWORD result = query(key, reinterpret_cast<const WinChar*>(wide_name), reserved, &stored_type, stored,
-                             &stored_size, nullptr);
+  const DWORD result =
+      query(key, reinterpret_cast<const WinChar*>(wide_name), reserved, &stored_type, stored, &stored_size, nullptr);
   if (result == ERROR_SUCCESS) {
     const bool text = stored_type == REG_SZ;
     const DWORD count = text ? stored_size / 2 : stored_size;
