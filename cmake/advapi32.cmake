@@ -32,6 +32,7 @@ set(KV_ADVAPI32_SOURCES
   registry/set_value.cpp
   registry/unique_name.cpp
   registry/whole_hives.cpp
+  registry/wide_buffers.cpp
   registry/win_char.cpp
   thunks/mapping.cpp
 )

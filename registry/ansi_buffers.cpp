@@ -6,6 +6,7 @@
 #include <kelvane/text.h>
 #include <winerror.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -17,9 +18,9 @@ constexpr std::uint32_t up_to_terminator = 0xffffffff;
 // Room on the stack for the wide form of 2,047 characters.
 using Wide_Text = Buffer<wchar_t, 2048 * sizeof(wchar_t)>;
 
-std::size_t terminated_length(const WinChar* text) {
+std::size_t terminated_length(const WinChar* text, std::size_t room) {
   std::size_t count = 0;
-  while (text[count].high != 0 || text[count].low != 0) ++count;
+  while (count < room && (text[count].high != 0 || text[count].low != 0)) ++count;
   return count + 1;
 }
 
@@ -64,7 +65,10 @@ DWORD return_through_code_page(const WinChar* text, std::size_t count, Caller_Te
 
 }  // namespace
 
-void WinBuffer::extend() { buffer.zeroed_room(units()); }
+void WinBuffer::extend() {
+  offered = units();
+  buffer.zeroed_room(offered);
+}
 
 DWORD WinBuffer::saveable_to_char(char* dest, unsigned* pcount, int is_value) {
   auto needed = static_cast<std::uint32_t>(units() + (is_value != 0 ? 0 : 1));
@@ -80,7 +84,8 @@ DWORD WinBuffer::saveable_to_char(char* dest, unsigned* pcount, int is_value) {
     caller.takes(needed, ignored);
     return ERROR_SUCCESS;
   }
-  const std::size_t length = needed == up_to_terminator ? terminated_length(buffer.data) : needed;
+  const std::size_t told = needed == up_to_terminator ? terminated_length(buffer.data, offered) : needed;
+  const std::size_t length = std::min(told, offered);
   const bool plain = ascii_is_kept() && ascii_run(buffer.data, length) == length;
   return plain ? return_ascii(buffer.data, length, caller) : return_through_code_page(buffer.data, length, caller);
 }

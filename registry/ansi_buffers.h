@@ -43,6 +43,7 @@ class WinBuffer {
   unsigned* countPointer;  // null, or count's address
   unsigned count;          // what the implementation reads and writes
   int inWinChars;
+  std::size_t offered = 0;  // WinChars of room; no more are ever brought back
 
  private:
   std::size_t units() const { return inWinChars != 0 ? count : count / sizeof(WinChar); }
@@ -54,11 +55,13 @@ inline WinBuffer::WinBuffer(char* dest, unsigned* pcount, int in_win_chars, int 
     : countPointer(pcount != nullptr ? &count : nullptr), count(0), inWinChars(in_win_chars) {
   constexpr int caller_decides = -1;
   if (pcount == nullptr || (dest != nullptr && *pcount == 0)) {
+    offered = dest != nullptr ? 1 : 0;
     if (dest != nullptr) buffer.zeroed_room(1);
     return;
   }
   if (dest == nullptr && initial_count == caller_decides) return;
   count = initial_count != caller_decides ? static_cast<unsigned>(initial_count) : *pcount;
+  offered = count;
   buffer.zeroed_room(count);
   if (inWinChars == 0) count *= static_cast<unsigned>(sizeof(WinChar));
 }

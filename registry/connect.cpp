@@ -1,6 +1,7 @@
 // The registry of another machine.
 
 #include <kelvane/advapi32.h>
+#include <kelvane/text.h>
 
 #include "bootstrap/registry_table.h"
 #include "registry/gate.h"
@@ -10,4 +11,10 @@ LSTATUS RegConnectRegistryA(LPCSTR machine, HKEY key, PHKEY out_key) {
   const Registry_Gate gate;
   const Saveable_Name name(machine);
   return static_cast<LSTATUS>(slot<Slot::KvIRegConnectRegistry>(name.data(), key, out_key, nullptr));
+}
+
+LSTATUS RegConnectRegistryW(LPCWSTR machine, HKEY key, PHKEY out_key) {
+  const Registry_Gate gate;
+  const KvAnsiString name(machine, -1);
+  return RegConnectRegistryA(name, key, out_key);
 }

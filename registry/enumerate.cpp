@@ -5,6 +5,7 @@
 #include "bootstrap/registry_table.h"
 #include "registry/ansi_buffers.h"
 #include "registry/gate.h"
+#include "registry/wide_buffers.h"
 
 inline namespace kelvane {
 namespace {
@@ -49,11 +50,30 @@ LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD name_size, LPDW
   return static_cast<LSTATUS>(result);
 }
 
+LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD name_size, LPDWORD reserved, LPWSTR class_name,
+                      LPDWORD class_size, PFILETIME last_write_time) {
+  const Registry_Gate gate;
+  WinCharBufferString name_buffer(name, name_size);
+  WinCharBufferString class_buffer(class_name, class_size);
+  const DWORD result = slot<Slot::KvIRegEnumKeyEx>(key, index, name_buffer.data, name_size, reserved, class_buffer.data,
+                                                   class_size, last_write_time, nullptr);
+  name_buffer.replace(result);
+  class_buffer.replace(result);
+  return static_cast<LSTATUS>(result);
+}
+
 LSTATUS RegEnumKeyA(HKEY key, DWORD index, LPSTR name, DWORD name_size) {
   const Registry_Gate gate;
   if (key == HKEY_PERFORMANCE_DATA) return ERROR_INVALID_HANDLE;
   DWORD room = name_size;
   return RegEnumKeyExA(key, index, name, &room, nullptr, nullptr, nullptr, nullptr);
+}
+
+LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD name_size) {
+  const Registry_Gate gate;
+  if (key == HKEY_PERFORMANCE_DATA) return ERROR_INVALID_HANDLE;
+  DWORD room = name_size;
+  return RegEnumKeyExW(key, index, name, &room, nullptr, nullptr, nullptr, nullptr);
 }
 
 LSTATUS RegEnumValueA(HKEY key, DWORD index, LPSTR name, LPDWORD name_size, LPDWORD reserved, LPDWORD out_type,
@@ -85,4 +105,19 @@ LSTATUS RegEnumValueA(HKEY key, DWORD index, LPSTR name, LPDWORD name_size, LPDW
   if (out_type != nullptr) *out_type = value.type;
   if (first == ERROR_SUCCESS) name_buffer.return_as_string(name, name_size);
   return static_cast<LSTATUS>(first);
+}
+
+// QUIRK enum-value-wide-unchecked: the wide form takes a null name or name size as it comes.
+LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD name_size, LPDWORD reserved, LPDWORD out_type,
+                      LPBYTE data, LPDWORD size) {
+  const Registry_Gate gate;
+  WinCharBufferString name_buffer(name, name_size);
+  WinCharBufferValue value(data, size);
+  DWORD own_type = REG_NONE;
+  DWORD* type = out_type != nullptr ? out_type : &own_type;
+  DWORD result = slot<Slot::KvIRegEnumValue>(key, index, name_buffer.data, name_size, reserved, type, value.data,
+                                             value.countPointer, nullptr);
+  value.replace(type, result);
+  name_buffer.replace(result);
+  return static_cast<LSTATUS>(result);
 }

@@ -3,8 +3,7 @@
 
 inline namespace kelvane {
 
-// Whether the byte just behind readable data, at `end`, can be read and is zero. The byte before it must be
-// readable.
+// Whether the byte at `end`, just behind a caller's data, can be read and is zero.
 bool is_zero_behind(const unsigned char* end);
 
 }  // namespace kelvane

@@ -15,6 +15,8 @@ constexpr DWORD max_total_size = 0x100000;
 
 constexpr DWORD aligned(DWORD size) { return (size + 3) & ~DWORD{3}; }
 
+// Entry is VALENTA or VALENTW; `query` reads one value under the entry's kind of name.
+template <class Entry, auto query>
 class Value_Gathering {
  public:
   // total is the room in bytes; without a buffer only sizes are learnt.
@@ -22,10 +24,10 @@ class Value_Gathering {
       : total_(total), has_buffer_(has_buffer), scratch_(has_buffer ? total : 0), types_(count), sizes_(count) {}
 
   // Reads every value; the first error ends it.
-  LSTATUS read(HKEY key, const VALENTA* values, DWORD count) {
+  LSTATUS read(HKEY key, const Entry* values, DWORD count) {
     for (DWORD i = 0; i < count; ++i) {
       sizes_[i] = total_ - offset_;
-      const LSTATUS result = RegQueryValueExA(key, values[i].ve_valuename, nullptr, &types_[i], place(), &sizes_[i]);
+      const LSTATUS result = query(key, values[i].ve_valuename, nullptr, &types_[i], place(), &sizes_[i]);
       if (result != ERROR_SUCCESS) return result;
       offset_ = aligned(offset_ + sizes_[i]);
     }
@@ -35,7 +37,7 @@ class Value_Gathering {
   // Bytes that all values take, each rounded up to a multiple of 4.
   DWORD needed() const { return offset_; }
 
-  void deliver(VALENTA* values, DWORD count, LPSTR buffer) {
+  void deliver(Entry* values, DWORD count, void* buffer) {
     if (buffer != nullptr && offset_ != 0) std::memcpy(buffer, scratch_.data(), offset_);
     DWORD offset = 0;
     for (DWORD i = 0; i < count; ++i) {
@@ -58,14 +60,11 @@ class Value_Gathering {
   Array<DWORD> sizes_;
 };
 
-}  // namespace
-}  // namespace kelvane
-
-LSTATUS RegQueryMultipleValuesA(HKEY key, PVALENTA values, DWORD count, LPSTR buffer, LPDWORD total_size) {
-  const Registry_Gate gate;
+template <class Entry, auto query>
+LSTATUS query_multiple(HKEY key, Entry* values, DWORD count, void* buffer, DWORD* total_size) {
   if (total_size == nullptr) return ERROR_INVALID_PARAMETER;
   if (buffer != nullptr && (*total_size == 0 || *total_size > max_total_size)) return ERROR_INVALID_PARAMETER;
-  Value_Gathering gathering(count, buffer != nullptr, *total_size);
+  Value_Gathering<Entry, query> gathering(count, buffer != nullptr, *total_size);
   const LSTATUS result = gathering.read(key, values, count);
   if (result != ERROR_SUCCESS) return result;
   const bool fits = buffer == nullptr || gathering.needed() <= *total_size;
@@ -74,4 +73,17 @@ LSTATUS RegQueryMultipleValuesA(HKEY key, PVALENTA values, DWORD count, LPSTR bu
   if (!fits) return ERROR_INVALID_PARAMETER;
   gathering.deliver(values, count, buffer);
   return ERROR_SUCCESS;
+}
+
+}  // namespace
+}  // namespace kelvane
+
+LSTATUS RegQueryMultipleValuesA(HKEY key, PVALENTA values, DWORD count, LPSTR buffer, LPDWORD total_size) {
+  const Registry_Gate gate;
+  return query_multiple<VALENTA, RegQueryValueExA>(key, values, count, buffer, total_size);
+}
+
+LSTATUS RegQueryMultipleValuesW(HKEY key, PVALENTW values, DWORD count, LPWSTR buffer, LPDWORD total_size) {
+  const Registry_Gate gate;
+  return query_multiple<VALENTW, RegQueryValueExW>(key, values, count, buffer, total_size);
 }

@@ -6,6 +6,7 @@
 #include "registry/ansi_buffers.h"
 #include "registry/gate.h"
 #include "registry/root_keys.h"
+#include "registry/wide_buffers.h"
 
 LSTATUS RegQueryValueExA(HKEY key, LPCSTR value_name, LPDWORD reserved, LPDWORD out_type, LPBYTE data, LPDWORD size) {
   const Registry_Gate gate;
@@ -43,5 +44,34 @@ LSTATUS RegQueryValueA(HKEY key, LPCSTR sub_key, LPSTR data, PLONG size) {
   if (result != ERROR_FILE_NOT_FOUND) return result;
   if (size != nullptr) *size = 1;
   if (data != nullptr) data[0] = '\0';
+  return ERROR_SUCCESS;
+}
+
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR value_name, LPDWORD reserved, LPDWORD out_type, LPBYTE data, LPDWORD size) {
+  const Registry_Gate gate;
+  const WinCharString name(value_name, -1);
+  WinCharBufferValue value(data, size);
+  DWORD own_type = REG_NONE;
+  DWORD* type = out_type != nullptr ? out_type : &own_type;
+  DWORD result =
+      slot<Slot::KvIRegQueryValueEx>(key, name.data, reserved, type, value.data, value.countPointer, nullptr);
+  value.replace(type, result);
+  return static_cast<LSTATUS>(result);
+}
+
+LSTATUS RegQueryValueW(HKEY key, LPCWSTR sub_key, LPWSTR data, PLONG size) {
+  const Registry_Gate gate;
+  if (key == HKEY_PERFORMANCE_DATA || key == nullptr) return ERROR_INVALID_HANDLE;
+  HKEY target;
+  const LSTATUS opened = RegOpenKeyExW(key, sub_key, 0, KEY_QUERY_VALUE, &target);
+  if (opened != ERROR_SUCCESS) return opened;
+  DWORD type = REG_NONE;
+  const LSTATUS result = RegQueryValueExW(target, nullptr, nullptr, &type, reinterpret_cast<LPBYTE>(data),
+                                          reinterpret_cast<LPDWORD>(size));
+  if (target != key) RegCloseKey(target);
+  if (result == ERROR_SUCCESS && type != REG_SZ) return ERROR_INVALID_DATA;
+  if (result != ERROR_FILE_NOT_FOUND) return result;
+  if (size != nullptr) *size = sizeof(wchar_t);
+  if (data != nullptr) data[0] = L'\0';
   return ERROR_SUCCESS;
 }

@@ -2,15 +2,23 @@
 
 #include <kelvane/advapi32.h>
 #include <kelvane/report.h>
+#include <kelvane/text.h>
 
 #include "bootstrap/registry_table.h"
 #include "registry/gate.h"
+#include "registry/wide_buffers.h"
 #include "registry/win_char.h"
 
 LSTATUS RegSaveKeyA(HKEY key, LPCSTR file, LPSECURITY_ATTRIBUTES security) {
   const Registry_Gate gate;
   const Saveable_Name name(file);
   return static_cast<LSTATUS>(slot<Slot::KvIRegSaveKey>(key, name.data(), security, nullptr));
+}
+
+LSTATUS RegSaveKeyW(HKEY key, LPCWSTR file, LPSECURITY_ATTRIBUTES security) {
+  const Registry_Gate gate;
+  const WinCharString name(file, -1);
+  return static_cast<LSTATUS>(slot<Slot::KvIRegSaveKey>(key, name.data, security, nullptr));
 }
 
 LSTATUS RegFlushKey(HKEY key) {
@@ -30,9 +38,23 @@ LSTATUS RegLoadKeyA(HKEY, LPCSTR, LPCSTR) {
   return ERROR_SUCCESS;
 }
 
+// QUIRK load-key-ansi-name: the wide form goes through the ANSI form, whose name is reported.
+LSTATUS RegLoadKeyW(HKEY key, LPCWSTR sub_key, LPCWSTR file) {
+  const Registry_Gate gate;
+  const KvAnsiString name(sub_key, -1);
+  const KvAnsiString file_name(file, -1);
+  return RegLoadKeyA(key, name, file_name);
+}
+
 LSTATUS RegUnLoadKeyA(HKEY, LPCSTR) {
   const Registry_Gate gate;
   KvNotYetImplemented("RegUnLoadKeyA");
+  return ERROR_SUCCESS;
+}
+
+LSTATUS RegUnLoadKeyW(HKEY, LPCWSTR) {
+  const Registry_Gate gate;
+  KvNotYetImplemented("RegUnLoadKeyW");
   return ERROR_SUCCESS;
 }
 
@@ -42,9 +64,21 @@ LSTATUS RegRestoreKeyA(HKEY, LPCSTR, DWORD) {
   return ERROR_SUCCESS;
 }
 
+LSTATUS RegRestoreKeyW(HKEY, LPCWSTR, DWORD) {
+  const Registry_Gate gate;
+  KvNotYetImplemented("RegRestoreKeyW");
+  return ERROR_SUCCESS;
+}
+
 LSTATUS RegReplaceKeyA(HKEY, LPCSTR, LPCSTR, LPCSTR) {
   const Registry_Gate gate;
   // QUIRK replace-key-wide-name: the ANSI form reports the wide form's name.
+  KvNotYetImplemented("RegReplaceKeyW");
+  return ERROR_SUCCESS;
+}
+
+LSTATUS RegReplaceKeyW(HKEY, LPCWSTR, LPCWSTR, LPCWSTR) {
+  const Registry_Gate gate;
   KvNotYetImplemented("RegReplaceKeyW");
   return ERROR_SUCCESS;
 }
