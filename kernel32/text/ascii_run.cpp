@@ -35,6 +35,18 @@ __m128i pack(__m128i a, __m128i b, __m128i c, __m128i d) {
   return _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
 }
 
+// Narrows a block when it is ASCII throughout.
+bool narrow_whole_block(const wchar_t* text, char* out) {
+  const __m128i a = load(text);
+  const __m128i b = load(text + 4);
+  const __m128i c = load(text + 8);
+  const __m128i d = load(text + 12);
+  const __m128i all = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
+  if (_mm_movemask_epi8(ascii_lanes(all)) != 0xFFFF) return false;
+  store(out, _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)));
+  return true;
+}
+
 // Narrows a block; the number of characters before the first that is not ASCII.
 unsigned narrow_block_run(const wchar_t* text, char* out) {
   const __m128i a = load(text);
@@ -43,10 +55,9 @@ unsigned narrow_block_run(const wchar_t* text, char* out) {
   const __m128i d = load(text + 12);
   // Characters beyond ASCII leave a wrong byte behind the run.
   store(out, _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)));
-  if (_mm_movemask_epi8(ascii_lanes(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d)))) == 0xFFFF) return block_size;
   const __m128i ascii = pack(ascii_lanes(a), ascii_lanes(b), ascii_lanes(c), ascii_lanes(d));
   const unsigned stop = ~static_cast<unsigned>(_mm_movemask_epi8(ascii)) & 0xFFFFu;
-  return static_cast<unsigned>(__builtin_ctz(stop));
+  return stop == 0 ? block_size : static_cast<unsigned>(__builtin_ctz(stop));
 }
 
 // One bit for each byte of the block that is not ASCII.
@@ -110,12 +121,12 @@ size_t widen_ascii_run(const char* text, size_t size, wchar_t* out) {
 
 size_t narrow_ascii_run(const wchar_t* text, size_t length, char* out) {
   if (length < block_size) return narrow_short_run(text, length, out);
-  for (size_t done = 0; length - done >= block_size; done += block_size) {
-    const unsigned run = narrow_block_run(text + done, out + done);
-    if (run != block_size) return done + run;
-  }
-  const size_t last = length - block_size;
-  return last + narrow_block_run(text + last, out + last);
+  const unsigned run = narrow_block_run(text, out);
+  if (run != block_size) return run;
+  size_t done = block_size;
+  while (length - done >= block_size && narrow_whole_block(text + done, out + done)) done += block_size;
+  const size_t rest = length - done >= block_size ? done : length - block_size;
+  return rest + narrow_block_run(text + rest, out + rest);
 }
 
 size_t ascii_run_size(const char* text, size_t size) {

@@ -6,6 +6,7 @@
 #define KELVANE_KERNEL32_TEXT_CONVERTER_H
 
 #include <iconv.h>
+#include <stdint.h>
 
 #include "kernel32/text/code_page.h"
 
@@ -19,7 +20,7 @@ class Converter {
   Converter& operator=(const Converter&) = delete;
 
   /* False for a pair of codesets that nobody can convert, or when memory is short. */
-  bool is_open() const { return descriptor_ != closed; }
+  bool is_open() const { return reinterpret_cast<intptr_t>(descriptor_) != -1; }
 
   enum class Result { done, no_room, stopped };
 
@@ -32,8 +33,6 @@ class Converter {
 
  private:
   Result flush(char*& out, char* out_end);
-
-  static inline const iconv_t closed = reinterpret_cast<iconv_t>(-1);
 
   iconv_t descriptor_;
   bool inside_sequence_ = false;

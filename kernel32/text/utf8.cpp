@@ -75,7 +75,7 @@ std::uint32_t continuation(std::uint32_t code, int shift) { return 0x80u | (code
     if (is_raw_byte(character, true)) return {code & 0xFFu, 1};
     return {0xE0u | code >> 12 | continuation(code, 6) << 8 | continuation(code, 0) << 16, 3};
   }
-  if (code > 0x10FFFF) return {'?', 1};
+  if (code > 0x10FFFF) return {static_cast<Byte>('?'), 1};
   return {0xF0u | code >> 18 | continuation(code, 12) << 8 | continuation(code, 6) << 16 | continuation(code, 0) << 24,
           4};
 }

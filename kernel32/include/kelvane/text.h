@@ -39,7 +39,7 @@ class KV_EXPORT KvUnicodeStringWithLength {
  private:
   wchar_t* text_;
   int length_;
-  wchar_t inline_[2048 + 1];
+  alignas(16) wchar_t inline_[2048 + 1];
 };
 
 /* The multi-byte form of length wide characters. Null text gives null text and a size of 0. */
@@ -56,7 +56,7 @@ class KV_EXPORT KvAnsiStringWithLength {
  private:
   char* text_;
   int size_;
-  char inline_[4 * 2048 + 1];
+  alignas(16) char inline_[4 * 2048 + 1];
 };
 
 /* The same with a length of -1 for "up to the terminator"; converts to the text itself. */
