@@ -16,9 +16,7 @@ using impl::registry_service;
 using impl::Win_Text_Room;
 
 // The room told by a count, which is not read when there is no buffer.
-DWORD room_of(const WinChar* buffer, const DWORD* count) {
-  return buffer == nullptr ? 0 : *count;
-}
+DWORD room_of(const WinChar* buffer, const DWORD* count) { return buffer == nullptr ? 0 : *count; }
 
 DWORD enumerate_key(HKEY key, DWORD index, WinChar* name, DWORD* name_count, WinChar* class_name, DWORD* class_count,
                     FILETIME* out_last_write_time) {

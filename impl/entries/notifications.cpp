@@ -5,20 +5,12 @@
 
 extern "C" {
 
-DWORD KvIRegNotifyChangeKeyValue(HKEY, BOOL, DWORD, HANDLE, BOOL, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+DWORD KvIRegNotifyChangeKeyValue(HKEY, BOOL, DWORD, HANDLE, BOOL, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
-int KvIRequestNotification(int, int, int) {
-  return 0;
-}
+int KvIRequestNotification(int, int, int) { return 0; }
 
-int KvIReportNotification(int, char*, int) {
-  return 0;
-}
+int KvIReportNotification(int, char*, int) { return 0; }
 
-int KvIAutoReportNotification(int, int) {
-  return 0;
-}
+int KvIAutoReportNotification(int, int) { return 0; }
 
 }  // extern "C"

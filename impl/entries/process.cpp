@@ -10,9 +10,7 @@ using impl::registry_service;
 
 extern "C" {
 
-DWORD KvIRegProcessStarting(void) {
-  return ERROR_SUCCESS;
-}
+DWORD KvIRegProcessStarting(void) { return ERROR_SUCCESS; }
 
 DWORD KvIRegShutDown(void) {
   return answer([] { return registry_service().shut_down(); });
@@ -24,21 +22,13 @@ DWORD KvIRegListConnected(RegistryConnection* list, DWORD* count, void*) {
 }
 
 // Settings of the log and data of services have no meaning defined yet.
-INT_PTR KvIRegUxGetLogSettings(void*, void*, void*, void*, void*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+INT_PTR KvIRegUxGetLogSettings(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
-INT_PTR KvISetServiceData(void*, void*, void*, void*, void*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+INT_PTR KvISetServiceData(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
-INT_PTR KvIGetServiceData(void*, void*, void*, void*, void*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+INT_PTR KvIGetServiceData(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
 // Makes the service, so that threads started later find it. Touches no file.
-void KvIOnLoadDll(void) {
-  impl::registry_service();
-}
+void KvIOnLoadDll(void) { impl::registry_service(); }
 
 }  // extern "C"

@@ -15,13 +15,9 @@ INT_PTR no_and_not_implemented() {
 
 extern "C" {
 
-DWORD KvIRegGetKeySecurity(HKEY, SECURITY_INFORMATION, void*, DWORD*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+DWORD KvIRegGetKeySecurity(HKEY, SECURITY_INFORMATION, void*, DWORD*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
-DWORD KvIRegSetKeySecurity(HKEY, SECURITY_INFORMATION, void*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+DWORD KvIRegSetKeySecurity(HKEY, SECURITY_INFORMATION, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
 NTSTATUS KvILsaCallAuthenticationPackage(HANDLE, ULONG, void*, ULONG, void**, ULONG*, NTSTATUS*, void*, void*) {
   return STATUS_NOT_SUPPORTED;
@@ -32,28 +28,16 @@ NTSTATUS KvILsaLogonUser(HANDLE, void*, int, ULONG, void*, ULONG, void*, void*, 
   return STATUS_NOT_SUPPORTED;
 }
 
-NTSTATUS KvILsaQueryInformationPolicy(HANDLE, int, void**) {
-  return STATUS_NOT_SUPPORTED;
-}
+NTSTATUS KvILsaQueryInformationPolicy(HANDLE, int, void**) { return STATUS_NOT_SUPPORTED; }
 
-INT_PTR KvILsaInit(void*, void*, void*, void*, void*, void*) {
-  return STATUS_NOT_SUPPORTED;
-}
+INT_PTR KvILsaInit(void*, void*, void*, void*, void*, void*) { return STATUS_NOT_SUPPORTED; }
 
-INT_PTR KvIIsAdministrator(void*, void*, void*, void*, void*, void*) {
-  return no_and_not_implemented();
-}
+INT_PTR KvIIsAdministrator(void*, void*, void*, void*, void*, void*) { return no_and_not_implemented(); }
 
-INT_PTR KvIMapImpersonatedUser(void*, void*, void*, void*, void*, void*) {
-  return no_and_not_implemented();
-}
+INT_PTR KvIMapImpersonatedUser(void*, void*, void*, void*, void*, void*) { return no_and_not_implemented(); }
 
-NTSTATUS KvIGetImpersonatedUserInfo(const wchar_t*, wchar_t*, DWORD*) {
-  return STATUS_NOT_SUPPORTED;
-}
+NTSTATUS KvIGetImpersonatedUserInfo(const wchar_t*, wchar_t*, DWORD*) { return STATUS_NOT_SUPPORTED; }
 
-INT_PTR KvIRefreshSecData(void*, void*, void*, void*, void*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+INT_PTR KvIRefreshSecData(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
 }  // extern "C"

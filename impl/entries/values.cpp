@@ -11,9 +11,7 @@ using impl::answer;
 using impl::registry_service;
 using impl::Win_Text;
 
-bool is_text(DWORD type) {
-  return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
-}
+bool is_text(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
 
 }  // namespace
 

@@ -75,8 +75,6 @@ DWORD KvIRegProcessEnding(BYTE** out_image, int* out_size, int) {
 }
 
 // Loading and unloading hives is not provided yet.
-DWORD KvIRegLoadKey(HKEY, const WinChar*, const WinChar*, void*) {
-  return ERROR_CALL_NOT_IMPLEMENTED;
-}
+DWORD KvIRegLoadKey(HKEY, const WinChar*, const WinChar*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
 }  // extern "C"

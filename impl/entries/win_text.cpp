@@ -6,9 +6,7 @@
 namespace impl {
 namespace {
 
-char16_t unit_of(WinChar character) {
-  return static_cast<char16_t>(character.high << 8 | character.low);
-}
+char16_t unit_of(WinChar character) { return static_cast<char16_t>(character.high << 8 | character.low); }
 
 WinChar win_char_of(char16_t unit) {
   return {static_cast<unsigned char>(unit >> 8), static_cast<unsigned char>(unit & 0xFF)};

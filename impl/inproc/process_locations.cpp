@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 namespace impl {
@@ -38,6 +39,14 @@ std::size_t length_of_variable(const char* name) {
   return value == nullptr ? 0 : std::strlen(value);
 }
 
+// A program may change its folder while it runs; its hives stay where they were at their first use.
+std::string absolute(const std::string& file) {
+  if (file.empty()) return file;
+  std::error_code failure;
+  const std::string whole = std::filesystem::absolute(file, failure).string();
+  return failure ? file : whole;
+}
+
 // The folder of this host's core data, or "" when there is none.
 std::string core_data_folder() {
   constexpr std::size_t room_beside_variables = 4096;
@@ -59,13 +68,13 @@ bool make_private_folder(std::string folder) {
 std::string Process_Locations::machine_hive() {
   Handed_Name user, machine;
   KvGetRegistryFileNames(user.out(), machine.out());
-  return machine.text();
+  return absolute(machine.text());
 }
 
 std::string Process_Locations::user_image() {
   Handed_Name user, machine;
   KvGetRegistryFileNames(user.out(), machine.out());
-  return user.text();
+  return absolute(user.text());
 }
 
 std::string Process_Locations::user_hive() {
@@ -75,7 +84,7 @@ std::string Process_Locations::user_hive() {
     complain_(folder + " cannot be made; HKEY_CURRENT_USER lasts only as long as this process");
     return "";
   }
-  return folder + user_hive_name;
+  return absolute(folder + user_hive_name);
 }
 
 mode_t Process_Locations::machine_mask() { return static_cast<mode_t>(get_kv_umask()); }

@@ -1,0 +1,2 @@
+// Stands for the precompiled header that every test shares.
+int main() { return 0; }
