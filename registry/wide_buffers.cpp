@@ -44,8 +44,8 @@ WinCharString::WinCharString(const wchar_t* text, int length) : data(nullptr) {
 }
 
 WinCharBufferString::WinCharBufferString(wchar_t* out_text, unsigned* pcount)
-    : out(out_text), countPointer(pcount), data(nullptr), room(pcount != nullptr && *pcount != 0 ? *pcount : 1) {
-  if (out != nullptr) data = new WinChar[room]();
+    : out(out_text), countPointer(pcount), data(nullptr), room(pcount != nullptr ? *pcount : 0) {
+  if (out != nullptr) data = new WinChar[room != 0 ? room : 1]();
 }
 
 void WinCharBufferString::replace(DWORD result) {

@@ -36,7 +36,7 @@ class WinCharBufferString {
   wchar_t* out;
   unsigned* countPointer;  // the caller's own, handed to the implementation
   WinChar* data;
-  std::size_t room;  // WinChars at data
+  std::size_t room;  // WinChars that the caller offered; no more are brought back
 };
 
 // A value that the implementation writes in place of the caller's bytes.

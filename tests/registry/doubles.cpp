@@ -13,6 +13,7 @@
 namespace {
 
 void (*report_hook)() = nullptr;
+void (*guarded_fault_hook)() = nullptr;
 void (*sleep_hook)(unsigned) = nullptr;
 std::string (*look_around_hook)() = nullptr;
 bool printing = false;
@@ -46,6 +47,8 @@ std::string& guarded_regions() {
 }
 
 void on_report(void (*function)()) { report_hook = function; }
+
+void on_guarded_fault(void (*function)()) { guarded_fault_hook = function; }
 
 void Parking::print_and_end() { print_and_end(nullptr); }
 
@@ -84,6 +87,7 @@ KV_EXPORT void SehEndTry(SehFrame* frame) {
 
 KV_EXPORT void SehExceptReturn2(int complete) {
   kvtest::guarded_regions() += "except " + std::to_string(complete) + " ";
+  if (guarded_fault_hook != nullptr) guarded_fault_hook();
   real<void(int)>("SehExceptReturn2")(complete);
 }
 

@@ -18,6 +18,9 @@ std::string& guarded_regions();
 // Runs inside KvNotYetImplemented when it is set.
 void on_report(void (*function)());
 
+// Runs inside SehExceptReturn2 when it is set, which is once for each fault that a guarded region bore.
+void on_guarded_fault(void (*function)());
+
 // What happens at the calls of a thread that parks. A fresh child process chooses one before it calls.
 class Parking {
  public:

@@ -1,4 +1,4 @@
-// Every gated ANSI front as one row: a call whose arguments are good, and the same call with pointers that
+// Every gated front as one row: a call whose arguments are good, and the same call with pointers that
 // fault when they are followed.
 #ifndef KELVANE_TESTS_REGISTRY_FRONT_CALLS_H
 #define KELVANE_TESTS_REGISTRY_FRONT_CALLS_H
@@ -32,7 +32,12 @@ struct Front_Outputs {
   char second_text[16] = "###############";
   char value_name[2] = "v";
   VALENTA entry = {value_name, 0, 0, 0};
+  wchar_t wide_text[16] = L"###############";
+  wchar_t second_wide_text[16] = L"###############";
+  wchar_t wide_value_name[2] = L"v";
+  VALENTW wide_entry = {wide_value_name, 0, 0, 0};
   BYTE* bytes() { return reinterpret_cast<BYTE*>(text); }
+  BYTE* wide_bytes() { return reinterpret_cast<BYTE*>(wide_text); }
 };
 
 // A pointer to nothing readable that converts to any pointer type.
@@ -151,6 +156,104 @@ inline const Front_Call front_calls[] = {
        return RegEnumKeyA(HKEY_USERS, 0, o.text, 16);
      },
      [] { return RegEnumKeyA(Bad(), 0, Bad(), 16); }},
+    {"RegCreateKeyExW", "KvIRegCreateKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegCreateKeyExW(HKEY_USERS, L"s", 0, o.wide_text, 0, 0, nullptr, &o.key, &o.type);
+     },
+     [] { return RegCreateKeyExW(Bad(), Bad(), 0, Bad(), 0, 0, Bad(), Bad(), Bad()); }},
+    {"RegCreateKeyW", "KvIRegCreateKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegCreateKeyW(HKEY_USERS, L"s", &o.key);
+     },
+     [] { return RegCreateKeyW(Bad(), Bad(), Bad()); }},
+    {"RegDeleteKeyW", "KvIRegDeleteKey", [] { return RegDeleteKeyW(HKEY_USERS, L"s"); },
+     [] { return RegDeleteKeyW(Bad(), Bad()); }},
+    {"RegDeleteValueW", "KvIRegDeleteValue", [] { return RegDeleteValueW(HKEY_USERS, L"v"); },
+     [] { return RegDeleteValueW(Bad(), Bad()); }},
+    {"RegOpenKeyExW", "KvIRegOpenKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegOpenKeyExW(HKEY_USERS, L"s", 0, 0, &o.key);
+     },
+     [] { return RegOpenKeyExW(Bad(), Bad(), 0, 0, Bad()); }},
+    {"RegOpenKeyW", "KvIRegOpenKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegOpenKeyW(HKEY_USERS, L"s", &o.key);
+     },
+     [] { return RegOpenKeyW(Bad(), Bad(), Bad()); }},
+    {"RegSetValueExW", "KvIRegSetValueEx",
+     [] {
+       Front_Outputs o;
+       return RegSetValueExW(HKEY_USERS, L"v", 0, REG_SZ, o.wide_bytes(), 8);
+     },
+     [] { return RegSetValueExW(Bad(), Bad(), 0, REG_SZ, Bad(), 8); }},
+    {"RegSetValueW", "KvIRegCreateKeyEx", [] { return RegSetValueW(HKEY_USERS, L"s", REG_SZ, L"text", 0); },
+     [] { return RegSetValueW(Bad(), Bad(), REG_SZ, Bad(), 0); }},
+    {"RegLoadKeyW", nullptr, [] { return RegLoadKeyW(HKEY_USERS, L"s", L"f"); },
+     [] { return RegLoadKeyW(Bad(), Bad(), Bad()); }},
+    {"RegSaveKeyW", "KvIRegSaveKey", [] { return RegSaveKeyW(HKEY_USERS, L"f", nullptr); },
+     [] { return RegSaveKeyW(Bad(), Bad(), Bad()); }},
+    {"RegConnectRegistryW", "KvIRegConnectRegistry",
+     [] {
+       Front_Outputs o;
+       return RegConnectRegistryW(L"m", HKEY_USERS, &o.key);
+     },
+     [] { return RegConnectRegistryW(Bad(), Bad(), Bad()); }},
+    {"RegRestoreKeyW", nullptr, [] { return RegRestoreKeyW(HKEY_USERS, L"f", 0); },
+     [] { return RegRestoreKeyW(Bad(), Bad(), 0); }},
+    {"RegReplaceKeyW", nullptr, [] { return RegReplaceKeyW(HKEY_USERS, L"s", L"n", L"o"); },
+     [] { return RegReplaceKeyW(Bad(), Bad(), Bad(), Bad()); }},
+    {"RegUnLoadKeyW", nullptr, [] { return RegUnLoadKeyW(HKEY_USERS, L"s"); },
+     [] { return RegUnLoadKeyW(Bad(), Bad()); }},
+    {"RegQueryValueExW", "KvIRegQueryValueEx",
+     [] {
+       Front_Outputs o;
+       return RegQueryValueExW(HKEY_USERS, L"v", nullptr, &o.type, o.wide_bytes(), &o.size);
+     },
+     [] { return RegQueryValueExW(Bad(), Bad(), Bad(), Bad(), Bad(), Bad()); }},
+    {"RegQueryMultipleValuesW", "KvIRegQueryValueEx",
+     [] {
+       Front_Outputs o;
+       return RegQueryMultipleValuesW(HKEY_USERS, &o.wide_entry, 1, o.wide_text, &o.size);
+     },
+     [] { return RegQueryMultipleValuesW(Bad(), Bad(), 1, Bad(), Bad()); }},
+    {"RegQueryValueW", "KvIRegOpenKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegQueryValueW(HKEY_USERS, L"s", o.wide_text, &o.long_size);
+     },
+     [] { return RegQueryValueW(Bad(), Bad(), Bad(), Bad()); }},
+    {"RegQueryInfoKeyW", "KvIRegQueryInfoKey",
+     [] {
+       Front_Outputs o;
+       return RegQueryInfoKeyW(HKEY_USERS, o.wide_text, &o.size, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr);
+     },
+     [] {
+       return RegQueryInfoKeyW(Bad(), Bad(), Bad(), Bad(), Bad(), Bad(), Bad(), Bad(), Bad(), Bad(), Bad(), Bad());
+     }},
+    {"RegEnumValueW", "KvIRegEnumValue",
+     [] {
+       Front_Outputs o;
+       return RegEnumValueW(HKEY_USERS, 0, o.wide_text, &o.size, nullptr, &o.type,
+                            reinterpret_cast<BYTE*>(o.second_wide_text), &o.second_size);
+     },
+     [] { return RegEnumValueW(Bad(), 0, Bad(), Bad(), Bad(), Bad(), Bad(), Bad()); }},
+    {"RegEnumKeyExW", "KvIRegEnumKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegEnumKeyExW(HKEY_USERS, 0, o.wide_text, &o.size, nullptr, o.second_wide_text, &o.second_size, nullptr);
+     },
+     [] { return RegEnumKeyExW(Bad(), 0, Bad(), Bad(), Bad(), Bad(), Bad(), Bad()); }},
+    {"RegEnumKeyW", "KvIRegEnumKeyEx",
+     [] {
+       Front_Outputs o;
+       return RegEnumKeyW(HKEY_USERS, 0, o.wide_text, 16);
+     },
+     [] { return RegEnumKeyW(Bad(), 0, Bad(), 16); }},
 };
 
 // The rows whose good call reaches an entry.
