@@ -20,7 +20,9 @@ class Unfinished_File {
   ~Unfinished_File() {
     if (fd_ < 0) return;
     ::close(fd_);
-    if (!done_) unlink(name_.c_str());
+    if (done_) return;
+    unlink(name_.c_str());
+    unlink((name_ + "-journal").c_str());
   }
   Unfinished_File(const Unfinished_File&) = delete;
   Unfinished_File& operator=(const Unfinished_File&) = delete;

@@ -41,13 +41,9 @@ std::vector<std::int64_t> parents_of_stale_keys(Connection& connection) {
 
 }  // namespace
 
-const std::string& boot_identity() {
-  return known_boot_identity();
-}
+const std::string& boot_identity() { return known_boot_identity(); }
 
-void assume_boot_identity(const std::string& identity) {
-  known_boot_identity() = identity;
-}
+void assume_boot_identity(const std::string& identity) { known_boot_identity() = identity; }
 
 Status remove_stale_keys(Connection& connection) {
   if (meta_text(connection, "boot") == boot_identity()) return connection.status();

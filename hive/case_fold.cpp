@@ -18,8 +18,8 @@ constexpr Range ranges[] = {
 };
 
 char16_t fold_beyond_ascii(char16_t unit) {
-  const Range* range =
-      std::lower_bound(std::begin(ranges), std::end(ranges), unit, [](const Range& r, char16_t u) { return r.last < u; });
+  const Range* range = std::lower_bound(std::begin(ranges), std::end(ranges), unit,
+                                        [](const Range& r, char16_t u) { return r.last < u; });
   if (range == std::end(ranges) || unit < range->first || (unit - range->first) % range->step != 0) return unit;
   return static_cast<char16_t>(unit + range->distance);
 }

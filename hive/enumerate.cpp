@@ -49,8 +49,8 @@ void remember(Position& position, std::uint32_t index, Statement& row) {
 
 }  // namespace
 
-Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t index, Position& position,
-                     Text_Out& name, Text_Out* class_name, std::uint64_t* out_last_write_time) {
+Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t index, Position& position, Text_Out& name,
+                     Text_Out* class_name, std::uint64_t* out_last_write_time) {
   Query way = way_to(index, position, child_ways);
   Statement find(connection, way);
   find.bind(1, key).bind(3, connection.shows_volatile ? 1 : 0);

@@ -18,8 +18,8 @@ struct Position {
   std::string folded;
 };
 
-Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t index, Position& position,
-                     Text_Out& name, Text_Out* class_name, std::uint64_t* out_last_write_time);
+Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t index, Position& position, Text_Out& name,
+                     Text_Out* class_name, std::uint64_t* out_last_write_time);
 Status enumerate_value(Connection& connection, std::int64_t key, std::uint32_t index, Position& position,
                        Text_Out* name, Value_Out& value);
 

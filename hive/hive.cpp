@@ -16,9 +16,7 @@ namespace {
 constexpr mode_t folder_mode = 0700;
 constexpr mode_t permission_bits = 0777;
 
-int say(Access access) {
-  return access == Access::read ? 0 : 1;
-}
+int say(Access access) { return access == Access::read ? 0 : 1; }
 
 std::string real_path(const std::string& path) {
   char* real = realpath(path.c_str(), nullptr);
@@ -122,8 +120,10 @@ Status Hive::find_file(struct stat* out, std::string* reason) {
   return Status::ok;
 }
 
-// An empty file: the first opener makes a hive of it.
+// An empty file: the first opener makes a hive of it. Nobody else here opens it before its descriptor is closed,
+// which would take that opener's locks away.
 Status Hive::make_file(std::string* reason) {
+  std::lock_guard lock(opening_mutex());
   make_folders(path_);
   int fd = above_standard(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, traits_.file_mode));
   if (fd < 0) {

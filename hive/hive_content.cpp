@@ -65,9 +65,7 @@ Status take_image(Connection& connection, const std::string& image_file, Finding
 
 }  // namespace
 
-bool machine_is_incomplete(Connection& connection) {
-  return check_key(connection, users_key) == Status::key_deleted;
-}
+bool machine_is_incomplete(Connection& connection) { return check_key(connection, users_key) == Status::key_deleted; }
 
 Status fill_machine(Connection& connection, Findings&) {
   Key_Row root;
@@ -82,9 +80,7 @@ Status fill_machine(Connection& connection, Findings&) {
   return set_meta(connection, "fresh", 0);
 }
 
-bool user_is_incomplete(Connection& connection) {
-  return meta_number(connection, "fresh") != 0;
-}
+bool user_is_incomplete(Connection& connection) { return meta_number(connection, "fresh") != 0; }
 
 Status fill_user(Connection& connection, const std::string& image_file, Findings& findings) {
   Status status = image_file.empty() ? Status::ok : take_image(connection, image_file, findings);

@@ -25,13 +25,9 @@ std::condition_variable_any& answered() {
 Hives::Hives(std::unique_ptr<Locations> locations, Complain complain)
     : locations_(std::move(locations)), complain_(complain) {}
 
-std::shared_ptr<Hive> Hives::machine() {
-  return use(machine_, &Hives::make_machine);
-}
+std::shared_ptr<Hive> Hives::machine() { return use(machine_, &Hives::make_machine); }
 
-std::shared_ptr<Hive> Hives::user() {
-  return use(user_, &Hives::make_user);
-}
+std::shared_ptr<Hive> Hives::user() { return use(user_, &Hives::make_user); }
 
 std::shared_ptr<Hive> Hives::machine_if_used() const {
   std::lock_guard lock(opening_mutex());
@@ -78,10 +74,9 @@ std::shared_ptr<Hive> Hives::make_machine() {
 std::shared_ptr<Hive> Hives::make_user() {
   std::string file = locations_->user_hive();
   user_image_file_ = locations_->user_image();
-  Hive_Traits traits{owner_reads_and_writes, owner_may_all, true, &user_is_incomplete,
-                     [this](Connection& connection, Findings& findings) {
-                       return fill_user(connection, user_image_file_, findings);
-                     }};
+  Hive_Traits traits{
+      owner_reads_and_writes, owner_may_all, true, &user_is_incomplete,
+      [this](Connection& connection, Findings& findings) { return fill_user(connection, user_image_file_, findings); }};
   return std::make_shared<Hive>(std::move(file), std::move(traits), complain_);
 }
 

@@ -11,9 +11,7 @@
 namespace hive {
 namespace {
 
-std::uint32_t units(std::string_view stored) {
-  return static_cast<std::uint32_t>(count_units(stored));
-}
+std::uint32_t units(std::string_view stored) { return static_cast<std::uint32_t>(count_units(stored)); }
 
 // 0 when there is none that may be seen.
 std::int64_t find_child(Connection& connection, std::int64_t parent, std::string_view folded) {
@@ -84,6 +82,16 @@ Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Ro
   return changed.run();
 }
 
+// How many keys there are from below the root to this one.
+int depth_of(Connection& connection, std::int64_t key) {
+  int depth = -1;
+  for (; key != 0 && depth < max_key_depth; ++depth) {
+    Statement up(connection, Query::parent_of);
+    key = up.bind(1, key).row() ? up.number(0) : 0;
+  }
+  return depth;
+}
+
 // One part of a path that is made: a sub-key of *key, which becomes it.
 Status create_child(Connection& connection, std::int64_t* key, std::u16string_view name, const Creation& creation,
                     bool is_last) {
@@ -94,8 +102,16 @@ Status create_child(Connection& connection, std::int64_t* key, std::u16string_vi
   std::string stored = stored_form(name);
   std::string folded = folded_form(name);
   std::string class_name = is_last ? stored_form(creation.class_name) : std::string();
-  New_Key child{*key,          stored, folded, class_name, file_time_now(), parent.mode, parent.owner, parent.group,
-                is_last && creation.is_link ? key_flag_link : 0, creation.is_volatile};
+  New_Key child{*key,
+                stored,
+                folded,
+                class_name,
+                file_time_now(),
+                parent.mode,
+                parent.owner,
+                parent.group,
+                is_last && creation.is_link ? key_flag_link : 0,
+                creation.is_volatile};
   std::int64_t number = insert_key(connection, child);
   status = note_new_child(connection, *key, parent, child);
   *key = number;
@@ -113,21 +129,11 @@ Status check_key(Connection& connection, std::int64_t key) {
 Status read_key(Connection& connection, std::int64_t key, Key_Row* out) {
   Statement get(connection, Query::key_row);
   if (!get.bind(1, key).row()) return connection.failed_or(Status::key_deleted);
-  *out = {get.number(0),
-          std::string(get.text(1)),
-          std::string(get.text(2)),
-          static_cast<std::uint64_t>(get.number(3)),
-          get.number32(4),
-          get.number32(5),
-          get.number32(6),
-          get.number32(7),
-          get.number32(8),
-          get.number32(9),
-          get.number32(10),
-          get.number32(11),
-          get.number32(12),
-          get.number32(13),
-          get.number(14) != 0};
+  *out = {
+      get.number(0),    std::string(get.text(1)), std::string(get.text(2)), static_cast<std::uint64_t>(get.number(3)),
+      get.number32(4),  get.number32(5),          get.number32(6),          get.number32(7),
+      get.number32(8),  get.number32(9),          get.number32(10),         get.number32(11),
+      get.number32(12), get.number32(13),         get.number(14) != 0};
   return out->is_volatile && !connection.shows_volatile ? Status::key_deleted : Status::ok;
 }
 
@@ -153,8 +159,10 @@ Status create_key(Connection& connection, std::int64_t at, std::u16string_view p
   *out_created = false;
   Status status = follow(connection, parts, &progress, &name);
   if (status == Status::ok && progress.key == at) status = check_key(connection, at);
+  if (creation.class_name.size() > max_class_units) return Status::invalid;
+  int depth = progress.found_all ? 0 : depth_of(connection, progress.key);
   while (status == Status::ok && !progress.found_all) {
-    if (name.size() > max_key_name_units) return Status::invalid;
+    if (name.size() > max_key_name_units || ++depth > max_key_depth) return Status::invalid;
     bool is_last = !parts.more();
     status = create_child(connection, &progress.key, name, creation, is_last);
     *out_created = progress.found_all = is_last;

@@ -11,6 +11,9 @@
 
 namespace hive {
 
+inline constexpr std::size_t max_class_units = 16383;
+inline constexpr int max_key_depth = 512;  // keys from a root, which is not counted, down to the deepest
+
 struct Key_Row {
   std::int64_t parent = 0;  // 0: a root
   std::string folded;
@@ -35,7 +38,8 @@ Status check_key(Connection& connection, std::int64_t key);
 
 // The key at a path below a key; the key itself for an empty path.
 Status find_key(Connection& connection, std::int64_t at, std::u16string_view path, std::int64_t* out);
-// The same, making what is missing. *out_created: whether the last part was.
+// The same, making what is missing, within the limits of class and depth. *out_created: whether the last part
+// was.
 Status create_key(Connection& connection, std::int64_t at, std::u16string_view path, const Creation& creation,
                   std::int64_t* out, bool* out_created);
 // A key without sub-keys, with its values.

@@ -10,13 +10,9 @@ namespace {
 
 constexpr char16_t separator = u'\\';
 
-bool is_high(std::uint32_t unit) {
-  return (unit & 0xFC00) == 0xD800;
-}
+bool is_high(std::uint32_t unit) { return (unit & 0xFC00) == 0xD800; }
 
-bool is_low(std::uint32_t unit) {
-  return (unit & 0xFC00) == 0xDC00;
-}
+bool is_low(std::uint32_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
 void append_tail(std::string& out, std::uint32_t code, int bytes) {
   while (bytes-- > 0) out.push_back(static_cast<char>(0x80 | ((code >> (6 * bytes)) & 0x3F)));
@@ -119,8 +115,6 @@ std::u16string_view Path_Parts::next() {
   return part;
 }
 
-void Path_Parts::skip_separators() {
-  rest_.remove_prefix(std::min(rest_.find_first_not_of(separator), rest_.size()));
-}
+void Path_Parts::skip_separators() { rest_.remove_prefix(std::min(rest_.find_first_not_of(separator), rest_.size())); }
 
 }  // namespace hive

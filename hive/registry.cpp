@@ -11,21 +11,16 @@ namespace hive {
 namespace {
 
 constexpr std::u16string_view classes_path = u"Software\\Classes";
-constexpr std::u16string_view current_config_path =
-    u"System\\CurrentControlSet\\Hardware Profiles\\Current";
+constexpr std::u16string_view current_config_path = u"System\\CurrentControlSet\\Hardware Profiles\\Current";
 
-Key open_key(const Key& at, std::int64_t number) {
-  return std::make_shared<Open_Key>(at->hive, number);
-}
+Key open_key(const Key& at, std::int64_t number) { return std::make_shared<Open_Key>(at->hive, number); }
 
 // The path is the key itself again, as the root that it is.
 bool is_same_root(const Key& at, std::u16string_view path) {
   return at->place != Place::key && !Path_Parts(path).more();
 }
 
-Key same_root(const Key& at) {
-  return std::make_shared<Open_Key>(at->hive, at->number, at->place, at->path);
-}
+Key same_root(const Key& at) { return std::make_shared<Open_Key>(at->hive, at->number, at->place, at->path); }
 
 }  // namespace
 

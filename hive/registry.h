@@ -90,7 +90,8 @@ class Registry {
 
   Status open_root(Root root, Key* out_key);
   Status open(const Key& at, std::u16string_view path, Key* out_key);
-  // Makes what is missing of the path; *out_created tells whether its last part was.
+  // Makes what is missing of the path; *out_created tells whether its last part was. An empty path is the key
+  // itself. At most 512 keys deep, with classes up to 16,383 units: else invalid.
   Status create(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key, bool* out_created);
   Status remove(const Key& at, std::u16string_view path);
 
@@ -113,7 +114,9 @@ class Registry {
   Status flush(const Key& key);
   // The key and all below it as a new hive file; the file must not stand.
   Status save(const Key& key, const std::string& file);
-  // Every hive that is open or stands, consistent, into a folder or file that a backup can be restored from.
+  // Every hive that is open or stands, consistent, into a folder (made when missing): "machine.hive" and
+  // "user.hive", each a hive file that can be put in the place of the one it was copied from. A path that is
+  // no folder: exists.
   Status backup(const std::string& path);
   // The image of HKEY_CURRENT_USER; see hive/image/.
   Status user_image(std::vector<unsigned char>* out_image);

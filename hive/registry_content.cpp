@@ -14,9 +14,7 @@ namespace {
 
 constexpr std::uint32_t readable_by_all = 0444;
 
-bool is_nothing(const Key& key) {
-  return key->place == Place::nothing;
-}
+bool is_nothing(const Key& key) { return key->place == Place::nothing; }
 
 Status put_unit_text(std::u16string_view text, Text_Out& out) {
   return put_text(stored_form(text), out) ? Status::ok : Status::more_data;
@@ -35,8 +33,8 @@ Status enumerate_user(Connection& connection, std::int64_t users, std::uint32_t 
 }
 
 Status show_row(Connection& connection, const Key_Row& row, std::int64_t key, Key_Counts* out) {
-  *out = {row.children, row.max_child_units,      row.max_class_units, row.values,
-          row.max_value_name_units, row.max_value_size, row.written};
+  *out = {row.children,       row.max_child_units, row.max_class_units, row.values, row.max_value_name_units,
+          row.max_value_size, row.written};
   if (connection.shows_volatile) return Status::ok;
   Statement count(connection, Query::lasting_child_counts);
   if (!count.bind(1, key).row()) return connection.status();
@@ -52,8 +50,7 @@ Status Registry::enumerate_key(const Key& key, std::uint32_t index, Text_Out& na
                                std::uint64_t* out_last_write_time) {
   if (is_nothing(key)) return Status::no_more_items;
   return parts_->read(key, [&](Connection& connection, std::int64_t number) {
-    Status status =
-        hive::enumerate_key(connection, number, index, key->keys, name, class_name, out_last_write_time);
+    Status status = hive::enumerate_key(connection, number, index, key->keys, name, class_name, out_last_write_time);
     if (status != Status::no_more_items || key->place != Place::users) return status;
     return enumerate_user(connection, number, index, parts_->user_name, name, class_name, out_last_write_time);
   });
@@ -106,9 +103,8 @@ Status Registry::write_value(const Key& key, std::u16string_view name, std::uint
 
 Status Registry::remove_value(const Key& key, std::u16string_view name) {
   if (is_nothing(key)) return Status::not_found;
-  return parts_->write(key, [&](Connection& connection, std::int64_t number) {
-    return hive::remove_value(connection, number, name);
-  });
+  return parts_->write(
+      key, [&](Connection& connection, std::int64_t number) { return hive::remove_value(connection, number, name); });
 }
 
 Status Registry::rights(const Key& key, Key_Rights* out_rights) {

@@ -11,9 +11,7 @@ namespace hive {
 namespace {
 
 // Users of this machine, by their number.
-std::u16string name_of_user(uid_t user) {
-  return units_of("S-1-5-21-0-0-0-" + std::to_string(user));
-}
+std::u16string name_of_user(uid_t user) { return units_of("S-1-5-21-0-0-0-" + std::to_string(user)); }
 
 Status make_by_path(const Open_Key& key) {
   return key.hive->write([&](Connection& connection) {

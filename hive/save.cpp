@@ -19,7 +19,9 @@ constexpr mode_t owner_may_all = 0700;
 }  // namespace
 
 New_Hive_File::~New_Hive_File() {
-  if (made_) unlink(file_.c_str());
+  if (!made_) return;
+  unlink(file_.c_str());
+  unlink((file_ + "-journal").c_str());
 }
 
 Status New_Hive_File::make() {

@@ -10,7 +10,7 @@ enum class Status {
   no_more_items,     // an index past the last
   not_found,         // no such key or value
   denied,            // the file, or later the key, does not allow it
-  invalid,           // an argument that no registry has: too long a name, an empty path to create
+  invalid,           // an argument that no registry has: too long a name or class, too deep a key
   has_children,      // a key with sub-keys is not deleted
   key_deleted,       // the key of this handle is gone
   must_be_volatile,  // a lasting key below a volatile one

@@ -104,7 +104,10 @@ Status Tree_Writer::begin_key(const Key_Record& key) {
   if (levels_.empty()) return begin_top(key);
   Level& parent = levels_.back();
   std::string folded = folded_form(key.name);
-  if (!is_child_name(key.name) || has_row(connection_, Query::find_child, parent.key, folded)) return Status::damaged;
+  if (!is_child_name(key.name) || levels_.size() > max_key_depth || key.class_name.size() > max_class_units) {
+    return Status::damaged;
+  }
+  if (has_row(connection_, Query::find_child, parent.key, folded)) return Status::damaged;
   std::string name = stored_form(key.name);
   std::string class_name = stored_form(key.class_name);
   std::int64_t number = insert_key(connection_, {parent.key, name, folded, class_name, key.last_write_time, key.mode,

@@ -135,8 +135,7 @@ Status remove_value(Connection& connection, std::int64_t key, std::u16string_vie
   Statement(connection, Query::drop_value).bind(1, key).bind(2, folded).run();
   --row.values;
   if (name.size() == row.max_value_name_units) {
-    row.max_value_name_units =
-        largest_of_values(connection, Query::value_name_units, key, row.max_value_name_units);
+    row.max_value_name_units = largest_of_values(connection, Query::value_name_units, key, row.max_value_name_units);
   }
   if (old.size == row.max_value_size) {
     row.max_value_size = largest_of_values(connection, Query::value_sizes, key, row.max_value_size);

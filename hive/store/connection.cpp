@@ -113,12 +113,11 @@ Connection::~Connection() {
 }
 
 bool Connection::intact() const {
+  if (mode_ == Mode::memory) return true;
   return process_ == getpid() && descriptors_.intact();
 }
 
-void Connection::leave_log_alone() {
-  sqlite3_db_config(db_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-}
+void Connection::leave_log_alone() { sqlite3_db_config(db_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr); }
 
 void Connection::finalize() {
   for (sqlite3_stmt*& statement : statements_) {

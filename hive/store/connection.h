@@ -53,7 +53,8 @@ class Connection {
 
   Mode mode() const { return mode_; }
   bool read_only() const { return read_only_; }
-  // Opened in this process, and every descriptor is what it was.
+  // Opened in this process, and every descriptor is what it was. A private hive always is: a forked process
+  // has a copy of it.
   bool intact() const;
   const Descriptors& descriptors() const { return descriptors_; }
   // The last closing of a hive brings its log into it and shortens it; not with this.

@@ -10,13 +10,9 @@ namespace {
 
 constexpr int primary_code_mask = 0xFF;
 
-bool means_full(int error) {
-  return error == ENOSPC || error == EDQUOT;
-}
+bool means_full(int error) { return error == ENOSPC || error == EDQUOT; }
 
-bool means_forbidden(int error) {
-  return error == EACCES || error == EPERM || error == EROFS;
-}
+bool means_forbidden(int error) { return error == EACCES || error == EPERM || error == EROFS; }
 
 // What SQLite could not do with a file: the system's reason decides.
 Status status_of_file_trouble(const Failure& failure) {
@@ -73,22 +69,30 @@ Status status_of(const Failure& failure) {
 
 std::string text_of(Status status) {
   switch (status) {
-    case Status::denied: return "access is denied";
-    case Status::busy: return "another process holds it";
-    case Status::disk_full: return "the disk is full";
-    case Status::damaged: return "the hive is damaged";
-    case Status::not_a_hive: return "not a hive";
-    case Status::newer_version: return "a hive of a newer version";
-    case Status::exists: return "it exists already";
-    case Status::no_memory: return "out of memory";
-    case Status::io_failed: return "it cannot be read or written";
-    default: return "the operation failed";
+    case Status::denied:
+      return "access is denied";
+    case Status::busy:
+      return "another process holds it";
+    case Status::disk_full:
+      return "the disk is full";
+    case Status::damaged:
+      return "the hive is damaged";
+    case Status::not_a_hive:
+      return "not a hive";
+    case Status::newer_version:
+      return "a hive of a newer version";
+    case Status::exists:
+      return "it exists already";
+    case Status::no_memory:
+      return "out of memory";
+    case Status::io_failed:
+      return "it cannot be read or written";
+    default:
+      return "the operation failed";
   }
 }
 
-std::string text_of_errno(int error) {
-  return std::generic_category().message(error);
-}
+std::string text_of_errno(int error) { return std::generic_category().message(error); }
 
 std::string text_of(const Failure& failure) {
   std::string text = sqlite3_errstr(failure.code);

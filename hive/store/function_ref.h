@@ -14,8 +14,7 @@ template <typename Result, typename... Arguments>
 class Function_Ref<Result(Arguments...)> {
  public:
   template <typename Callable>
-    requires(!std::is_same_v<std::remove_cvref_t<Callable>, Function_Ref>)
-  Function_Ref(Callable&& callable)
+  requires(!std::is_same_v<std::remove_cvref_t<Callable>, Function_Ref>) Function_Ref(Callable&& callable)
       : callable_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
         call_([](void* target, Arguments... arguments) -> Result {
           return (*static_cast<std::remove_reference_t<Callable>*>(target))(std::forward<Arguments>(arguments)...);

@@ -51,9 +51,7 @@ Image_Head image_head(Connection& connection) {
   return {mark_of(connection, "identity", "number"), mark_of(connection, "base", "base_number")};
 }
 
-Status note_image(Connection& connection) {
-  return set_meta(connection, "imaged", 1);
-}
+Status note_image(Connection& connection) { return set_meta(connection, "imaged", 1); }
 
 Status count_change(Connection& connection) {
   Statement(connection, Query::end_imaged).run();

@@ -35,8 +35,14 @@ int open_queue(const char* file, mode_t mode) {
 void Writer_Queue::set_file(const std::string& hive_file, mode_t hive_mode) {
   std::lock_guard lock(file_mutex_);
   close_file();
+  hive_file_ = hive_file;
   file_ = hive_file.empty() ? "" : hive_file + "-queue";
   mode_ = queue_mode(hive_mode);
+}
+
+void Writer_Queue::rest() {
+  std::lock_guard lock(file_mutex_);
+  close_file();
 }
 
 Writer_Queue::Turn::Turn(Writer_Queue& queue, Back_Off& back_off) : queue_(queue) {
@@ -96,7 +102,8 @@ bool Writer_Queue::file_is_open() {
 }
 
 bool Writer_Queue::open_file() {
-  if (file_.empty()) return false;
+  // Who may not write the hive makes no file beside it either.
+  if (file_.empty() || faccessat(AT_FDCWD, hive_file_.c_str(), W_OK, AT_EACCESS) != 0) return false;
   struct stat file;
   fd_ = open_queue(file_.c_str(), mode_);
   if (fd_ < 0) return false;

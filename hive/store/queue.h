@@ -21,6 +21,9 @@ class Writer_Queue {
   // Where the file lies and the hive's mode, from which its own follows. No path: the process alone.
   void set_file(const std::string& hive_file, mode_t hive_mode);
 
+  // Closes the file until the next turn.
+  void rest();
+
   // One turn; given back by its end.
   class Turn {
    public:
@@ -56,6 +59,7 @@ class Writer_Queue {
   bool taken_ = false;
 
   std::mutex file_mutex_;
+  std::string hive_file_;
   std::string file_;
   mode_t mode_ = 0;
   int fd_ = -1;

@@ -57,7 +57,10 @@ Status judge(const Header& header, std::size_t size, File_Look* out, std::string
     *reason = "the file is something else";
     return Status::not_a_hive;
   }
-  if (big_endian(header, version_place) > schema_version) return Status::newer_version;
+  if (big_endian(header, version_place) > schema_version) {
+    *reason = "this library knows versions up to " + std::to_string(schema_version);
+    return Status::newer_version;
+  }
   out->has_log = header[log_place] == log_written;
   return Status::ok;
 }
@@ -111,7 +114,8 @@ Status look_at_file(const std::string& file, File_Look* out, std::string* reason
   if (size < 0) {
     int error = errno;
     *reason = text_of_errno(error);
-    return status_of_errno(error);
+    // Gone since its path was asked: the next attempt finds what stands there then.
+    return error == ENOENT ? Status::busy : status_of_errno(error);
   }
   out->empty = size == 0;
   return out->empty ? Status::ok : judge(header, static_cast<std::size_t>(size), out, reason);
@@ -127,8 +131,6 @@ Status make_hive(Connection& connection, mode_t root_mode) {
   });
 }
 
-Status use_log(Connection& connection) {
-  return connection.run_text("PRAGMA journal_mode = WAL");
-}
+Status use_log(Connection& connection) { return connection.run_text("PRAGMA journal_mode = WAL"); }
 
 }  // namespace hive

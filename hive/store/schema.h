@@ -18,8 +18,8 @@ inline constexpr std::uint32_t schema_version = 1;
 
 // What the first bytes of a file say.
 struct File_Look {
-  bool empty = false;     // a hive is yet to be made of it
-  bool has_log = false;   // changes go through a write-ahead log
+  bool empty = false;    // a hive is yet to be made of it
+  bool has_log = false;  // changes go through a write-ahead log
 };
 
 // Looks at a file that no connection of this process has open: ok, or why it is no hive to be used.

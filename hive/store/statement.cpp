@@ -6,9 +6,7 @@ namespace hive {
 namespace {
 
 // SQLite takes a null address for NULL, also with a size of 0.
-const char* address(const void* data) {
-  return data == nullptr ? "" : static_cast<const char*>(data);
-}
+const char* address(const void* data) { return data == nullptr ? "" : static_cast<const char*>(data); }
 
 }  // namespace
 
@@ -59,13 +57,9 @@ Status Statement::run() {
   return connection_.status();
 }
 
-bool Statement::is_null(int column) {
-  return sqlite3_column_type(statement_, column) == SQLITE_NULL;
-}
+bool Statement::is_null(int column) { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
-std::int64_t Statement::number(int column) {
-  return sqlite3_column_int64(statement_, column);
-}
+std::int64_t Statement::number(int column) { return sqlite3_column_int64(statement_, column); }
 
 std::string_view Statement::text(int column) {
   const unsigned char* text = sqlite3_column_text(statement_, column);

@@ -29,15 +29,12 @@ bool spoils_connection(Status status, const Failure& failure) {
 
 }  // namespace
 
-const std::vector<Store*>& Store::all() {
-  return stores();
-}
+const std::vector<Store*>& Store::all() { return stores(); }
 
 Store* Store::attach(const File_Identity& identity, const std::string& file, mode_t file_mode) {
   guard_forks();
-  auto known = std::find_if(stores().begin(), stores().end(), [&](const Store* store) {
-    return !store->file_.empty() && store->identity_ == identity;
-  });
+  auto known = std::find_if(stores().begin(), stores().end(),
+                            [&](const Store* store) { return !store->file_.empty() && store->identity_ == identity; });
   Store* store = known != stores().end() ? *known : nullptr;
   if (store == nullptr) {
     store = new Store;
@@ -70,7 +67,9 @@ Store* Store::attach_private() {
 void Store::detach() {
   if (--users_ > 0) return;
   std::lock_guard lock(mutex_);
-  if (users_ == 0) close();
+  if (users_ > 0) return;
+  close();
+  queue_.rest();
 }
 
 Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings) {

@@ -18,9 +18,7 @@ std::string folder_of(const std::string& file) {
   return slash == 0 ? "/" : file.substr(0, slash);
 }
 
-bool writable(const std::string& path) {
-  return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
-}
+bool writable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0; }
 
 }  // namespace
 
@@ -39,7 +37,9 @@ Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings
     Status status = prepare_content(traits, findings);
     if (status != Status::ok) return status;
   }
-  return access == Access::write && connection_->read_only() ? Status::denied : Status::ok;
+  if (access != Access::write || !connection_->read_only()) return Status::ok;
+  if (connection_->mode() == Connection::Mode::immutable) close();
+  return Status::denied;
 }
 
 Status Store::open(const Hive_Traits& traits, Findings& findings) {
@@ -107,9 +107,7 @@ Status Store::complete(const Hive_Traits& traits, Findings& findings) {
   });
 }
 
-bool Store::may_write() const {
-  return writable(file_) && (!has_no_log() || writable(folder_of(file_)));
-}
+bool Store::may_write() const { return writable(file_) && (!has_no_log() || writable(folder_of(file_))); }
 
 // No log, and none that a reader could open.
 bool Store::has_no_log() const {

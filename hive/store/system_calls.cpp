@@ -53,8 +53,9 @@ int open_above_standard(const char* path, int flags, int mode) {
 }
 
 int close_recorded(int fd) {
+  if (abandoning) return 0;
   if (recorder != nullptr) recorder->closed(fd);
-  return abandoning ? 0 : real.close(fd);
+  return real.close(fd);
 }
 
 int control(int fd, int command, ...) {
@@ -65,13 +66,9 @@ int control(int fd, int command, ...) {
   return abandoning ? 0 : real.fcntl(fd, command, argument);
 }
 
-int truncate(int fd, off_t size) {
-  return abandoning ? 0 : noting_failure(real.ftruncate(fd, size));
-}
+int truncate(int fd, off_t size) { return abandoning ? 0 : noting_failure(real.ftruncate(fd, size)); }
 
-ssize_t read_file(int fd, void* data, size_t size) {
-  return abandoning ? 0 : real.read(fd, data, size);
-}
+ssize_t read_file(int fd, void* data, size_t size) { return abandoning ? 0 : real.read(fd, data, size); }
 
 template <ssize_t (*System_Calls::*call)(int, void*, size_t, off_t)>
 ssize_t read_at(int fd, void* data, size_t size, off_t place) {
@@ -91,17 +88,11 @@ int allocate(int fd, off_t place, off_t size) {
   return abandoning ? 0 : noting_failure(real.fallocate(fd, place, size));
 }
 
-int change_mode(int fd, mode_t mode) {
-  return abandoning ? 0 : real.fchmod(fd, mode);
-}
+int change_mode(int fd, mode_t mode) { return abandoning ? 0 : real.fchmod(fd, mode); }
 
-int change_owner(int fd, uid_t owner, gid_t group) {
-  return abandoning ? 0 : real.fchown(fd, owner, group);
-}
+int change_owner(int fd, uid_t owner, gid_t group) { return abandoning ? 0 : real.fchown(fd, owner, group); }
 
-int remove_name(const char* path) {
-  return abandoning ? 0 : real.unlink(path);
-}
+int remove_name(const char* path) { return abandoning ? 0 : real.unlink(path); }
 
 // A call that this build of SQLite does not make is passed over.
 template <typename Function>
@@ -167,21 +158,13 @@ bool Descriptors::sync() const {
                      [](const Descriptor& descriptor) { return fdatasync(descriptor.fd) == 0; });
 }
 
-Recording::Recording(Descriptors& descriptors) : before_(recorder) {
-  recorder = &descriptors;
-}
+Recording::Recording(Descriptors& descriptors) : before_(recorder) { recorder = &descriptors; }
 
-Recording::~Recording() {
-  recorder = before_;
-}
+Recording::~Recording() { recorder = before_; }
 
-Abandoning::Abandoning() {
-  abandoning = true;
-}
+Abandoning::Abandoning() { abandoning = true; }
 
-Abandoning::~Abandoning() {
-  abandoning = false;
-}
+Abandoning::~Abandoning() { abandoning = false; }
 
 void install_system_calls() {
   static std::once_flag once;
@@ -191,13 +174,9 @@ void install_system_calls() {
   });
 }
 
-int last_system_error() {
-  return system_error;
-}
+int last_system_error() { return system_error; }
 
-void clear_system_error() {
-  system_error = 0;
-}
+void clear_system_error() { system_error = 0; }
 
 int above_standard(int fd) {
   if (fd < 0 || fd >= first_free_descriptor) return fd;

@@ -16,8 +16,8 @@ enum class Access {
 
 using Transaction_Body = Function_Ref<Status(Connection&)>;
 
-// Runs the body in a transaction, unless the access is bare. A writing one is kept when the body answers ok and nothing failed;
-// otherwise, and when the body throws, nothing of it stays. Gives what went wrong, else the body's answer.
+// Runs the body in a transaction, unless the access is bare. A writing one is kept when the body answers ok and nothing
+// failed; otherwise, and when the body throws, nothing of it stays. Gives what went wrong, else the body's answer.
 Status in_transaction(Connection& connection, Access access, Transaction_Body body);
 
 }  // namespace hive
