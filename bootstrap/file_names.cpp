@@ -59,20 +59,21 @@ int is_nil_file(const char* name) { return is_nil(name) ? 1 : 0; }
 
 void KvGetRegistryFileNames(char** out_per_user_file, char** out_machine_file) {
   const bool professional = KvGetRegistryMode() != 0;
+  char* per_user_file = default_per_user_file();
+  char* machine_file = nullptr;
   const char* setting = std::getenv("KVREGISTRY");
   if (setting == nullptr) {
     if (professional) fail("Fatal Error: environment variable KVREGISTRY is not defined !!!\n");
-    *out_per_user_file = default_per_user_file();
-    *out_machine_file = nullptr;
-    return;
+  } else {
+    const char* colon = std::strchr(setting, ':');
+    machine_file = colon != nullptr ? copy_of(setting, static_cast<std::size_t>(colon - setting)) : copy_of(setting);
+    if (professional && is_nil(machine_file))
+      fail("Fatal Error: HKEY_LOCAL_MACHINE is not defined by KVREGISTRY environment variable !!!\n");
+    if (colon != nullptr && !is_nil(colon + 1)) {
+      delete[] per_user_file;
+      per_user_file = copy_of(colon + 1);
+    }
   }
-  const char* colon = std::strchr(setting, ':');
-  const std::size_t machine_length =
-      colon != nullptr ? static_cast<std::size_t>(colon - setting) : std::strlen(setting);
-  char* machine_file = copy_of(setting, machine_length);
-  if (professional && is_nil(machine_file))
-    fail("Fatal Error: HKEY_LOCAL_MACHINE is not defined by KVREGISTRY environment variable !!!\n");
-  const char* per_user_file = colon != nullptr ? colon + 1 : nullptr;
-  *out_per_user_file = is_nil(per_user_file) ? default_per_user_file() : copy_of(per_user_file);
+  *out_per_user_file = per_user_file;
   *out_machine_file = machine_file;
 }

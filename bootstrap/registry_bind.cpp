@@ -104,6 +104,8 @@ void RegUxClose(uintptr_t first, uintptr_t second) {
   __atomic_store_n(&KvRegistryClosed, 1, __ATOMIC_RELEASE);
   BYTE* image = nullptr;
   int size = 0;
+  // Nothing is bound in a mode of the program's own.
+  if (!is_bound(Slot::KvIRegProcessEnding)) return;
   const DWORD ended = slot<Slot::KvIRegProcessEnding>(&image, &size, 0);
   if (ended == ERROR_SUCCESS && size != 0) save_user_hive(image, size);
   delete[] image;

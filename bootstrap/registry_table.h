@@ -23,6 +23,8 @@ struct Slot_Signature;
 #include <kelvane/registry_slots.def>
 #undef KV_SLOT
 
+inline bool is_bound(Slot which) { return KvIRegFunctions[static_cast<int>(which)].entry != nullptr; }
+
 // Calls the entry that is bound to a slot. The only place where an entry's address becomes a function; the
 // table must have been filled.
 template <Slot which, class... Arguments>
