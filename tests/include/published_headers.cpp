@@ -25,7 +25,7 @@
 static HKEY roots[] = {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_USERS, HKEY_CURRENT_CONFIG};
 static const struct {
   HKEY root;
-  const TCHAR *path;
+  const TCHAR* path;
 } place = {HKEY_CURRENT_USER, TEXT("Software\\Example")};
 
 LONG CALLBACK read_setting(LPCTSTR name, LPDWORD value);
