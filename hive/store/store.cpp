@@ -53,6 +53,7 @@ void Store::move_to(const std::string& file, mode_t file_mode) {
   std::lock_guard lock(mutex_);
   close();
   file_ = file;
+  hive_birth_ = 0;
   queue_.set_file(file, file_mode);
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -80,6 +81,7 @@ class Store {
   Writer_Queue queue_;
   std::string file_;  // empty: private to the process
   File_Identity identity_;
+  std::int64_t hive_birth_ = 0;  // when the file was made in which a hive was last seen; 0 when unknown
   std::atomic<int> users_{0};
 };
 

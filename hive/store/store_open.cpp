@@ -18,6 +18,15 @@ std::string folder_of(const std::string& file) {
   return slash == 0 ? "/" : file.substr(0, slash);
 }
 
+// When a file was made, in nanoseconds: a new file may get the number of one that is gone. 0 where the file
+// system does not tell.
+std::int64_t birth_of(const std::string& file) {
+  constexpr std::int64_t nanoseconds = 1000000000;
+  struct statx found;
+  if (statx(AT_FDCWD, file.c_str(), 0, STATX_BTIME, &found) != 0 || (found.stx_mask & STATX_BTIME) == 0) return 0;
+  return found.stx_btime.tv_sec * nanoseconds + found.stx_btime.tv_nsec;
+}
+
 bool writable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0; }
 
 }  // namespace
@@ -54,6 +63,10 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   File_Look look;
   Status status = look_at_file(file_, &look, &findings.reason);
   if (status != Status::ok) return status;
+  if (look.empty && hive_birth_ != 0 && birth_of(file_) == hive_birth_) {
+    findings.reason = "its content is gone";
+    return Status::damaged;
+  }
   if (look.has_log && has_no_log() && !may_write()) {
     status = Connection::open(file_, Connection::Mode::immutable, &connection_, &findings.reason);
   } else {
@@ -62,7 +75,9 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   if (status != Status::ok) return status;
   // Replaced since its path was asked: the next attempt finds the other one.
   if (!is_own_file()) return Status::busy;
-  return prepare_content(traits, findings);
+  status = prepare_content(traits, findings);
+  if (status == Status::ok) hive_birth_ = birth_of(file_);
+  return status;
 }
 
 Status Store::open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings) {

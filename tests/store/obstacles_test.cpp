@@ -1,0 +1,273 @@
+// Good hives with something in the way: rights, links, a full disk, another program's lock, missing standard
+// descriptors. As with damage: a clear code, one line, nothing overwritten, and on once the way is free.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/store/hive_files.h"
+#include "tests/store/own_mounts.h"
+
+namespace kvtest {
+namespace {
+
+TEST_F(Hive_Files, WithAnotherHardLinkAreRefusedAndUntouched) {
+  write_file(hive(), good());
+  fs::create_hard_link(hive(), folder_ / "link");
+  Child_Result result = act({{"get", "HKLM\\Software\\K1", "n"},
+                             {"set", "HKLM\\Software\\K1", "n", "new"},
+                             {"remove", folder_ / "link"},
+                             {"set", "HKLM\\Software\\K1", "n", "new"}},
+                            environment());
+  EXPECT_EQ(result.out, "1017\n1017\nremoved\n0\n");
+  expect_one_line_naming(hive(), result);
+  EXPECT_EQ(content_of(folder_ / "link"), "");
+}
+
+// A user who is not root, for files that he may not use; only root can become one.
+constexpr uid_t nobody = 65534;
+
+class Forbidden_Hives : public Hive_Files {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can run a program as another user";
+    write_file(hive(), good());
+    // The way to the hive is open to all, as far as it is the test's own.
+    for (fs::path folder = folder_.path(); folder.string().find("/kvtest.") != std::string::npos;
+         folder = folder.parent_path()) {
+      fs::permissions(folder, fs::perms(0755));
+    }
+    fs::create_directory(home());
+    ASSERT_EQ(chown(home().c_str(), nobody, nobody), 0);
+  }
+  std::string home() const { return folder_ / "home"; }
+
+  Child_Result act_as_nobody(const std::vector<Step>& steps) {
+    std::vector<std::string> arguments = {"/usr/bin/env", "HOME=" + home(), "KVREGISTRY=" + hive()};
+    for (const std::string& word : act_arguments(steps)) arguments.push_back(word);
+    return run_child([&] {
+      if (setgid(nobody) != 0 || setuid(nobody) != 0) _exit(78);
+      std::vector<char*> words;
+      for (const std::string& word : arguments) words.push_back(const_cast<char*>(word.c_str()));
+      words.push_back(nullptr);
+      execv(words[0], words.data());
+      _exit(127);
+    });
+  }
+  // The tree that the program was built in may be closed to others.
+  static bool may_run(const Child_Result& result) { return result.exit_status != 126 && result.exit_status != 127; }
+};
+
+TEST_F(Forbidden_Hives, ThatMayNotBeReadAre5) {
+  fs::permissions(hive(), fs::perms(0600));
+  Child_Result result = act_as_nobody(uses());
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, refused("5"));
+  expect_one_line_naming(hive(), result);
+  EXPECT_TRUE(content_of(hive()) == good());
+}
+
+TEST_F(Forbidden_Hives, ThatMayNotBeReadWorkAgainOncePutRight) {
+  fs::permissions(hive(), fs::perms(0000));
+  ASSERT_EQ(chown(hive().c_str(), nobody, nobody), 0);
+  ASSERT_EQ(chown(folder_.path().c_str(), nobody, nobody), 0);
+  Child_Result result = act_as_nobody({{"open", "HKLM\\Software\\K1"},
+                                       {"chmod", "0600", hive()},
+                                       {"get", "HKLM\\Software\\K1", "n"},
+                                       {"set", "HKLM\\Software\\K1", "n", "new"}});
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, "5\n0\n0 " + std::string(100, 'v') + "\n0\n");
+  expect_one_line_naming(hive(), result);
+}
+
+TEST_F(Forbidden_Hives, ThatMayOnlyBeReadAreReadAndRefuseToBeWritten) {
+  fs::permissions(hive(), fs::perms(0644));
+  Child_Result result = act_as_nobody(uses());
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_TRUE(answered(result, "0 " + std::string(100, 'v') + "\n0 1\n5\n5 0\n"));
+  EXPECT_TRUE(content_of(hive()) == good());
+}
+
+TEST_F(Forbidden_Hives, ThatOthersWriteAreReadWithTheirLatestValues) {
+  fs::permissions(hive(), fs::perms(0644));
+  ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "latest"}}, environment()), "0\n"));
+  Child_Result result = act_as_nobody({{"get", "HKLM\\Software\\K1", "n"}});
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_TRUE(answered(result, "0 latest\n"));
+}
+
+TEST_F(Forbidden_Hives, InAFolderThatMayNotBeWrittenCannotBeMade) {
+  fs::remove(hive());
+  Child_Result result = act_as_nobody({{"set", "HKLM\\S", "n", "x"}});
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, "5\n");
+  expect_one_line_naming(hive(), result);
+  EXPECT_FALSE(fs::exists(hive()));
+}
+
+// Runs the body in a child where the folder is a small disk.
+Child_Result on_small_disk(const std::string& folder, const std::function<void()>& body) {
+  return run_child([&] {
+    begin_own_mounts();
+    if (mount("small", folder.c_str(), "tmpfs", 0, "size=1m") != 0) give_up_on_mounts("no disk of our own");
+    body();
+  });
+}
+
+void fill_disk(const std::string& file) {
+  int fd = open(file.c_str(), O_WRONLY | O_CREAT, 0600);
+  std::string block(4096, 'f');
+  while (write(fd, block.data(), block.size()) > 0) {
+  }
+  close(fd);
+}
+
+void hand_on(const Child_Result& result) {
+  fputs(result.out.c_str(), stdout);
+  fputs(result.err.c_str(), stderr);
+}
+
+TEST_F(Hive_Files, OnAFullDiskAre112ToWriteAndCanBeReadAndWorkAgainWithRoom) {
+  Temp_Folder disk;
+  const std::string on_disk = disk / "machine.hive";
+  Child_Result result = on_small_disk(disk.path(), [&] {
+    const std::vector<std::string> environment = {"KVREGISTRY=" + on_disk};
+    hand_on(act({{"set", "HKLM\\S", "n", "before"}}, environment));
+    fill_disk(disk / "filler");
+    hand_on(act({{"large", "HKLM\\S", "big", "400000"},
+                 {"large", "HKLM\\S", "big", "300000"},
+                 {"get", "HKLM\\S", "n"},
+                 {"remove", disk / "filler"},
+                 {"large", "HKLM\\S", "big", "200000"}},
+                environment));
+    hand_on(act({{"get", "HKLM\\S", "n"}, {"names", "HKLM\\S"}}, environment));
+  });
+  if (result.exit_status == no_own_mounts) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, "0\n112\n112\n0 before\nremoved\n0\n0 before\n0 2\n");
+  expect_one_line_naming(on_disk, result);
+}
+
+TEST_F(Hive_Files, OnAFullDiskCannotBeMade) {
+  Temp_Folder disk;
+  const std::string on_disk = disk / "machine.hive";
+  Child_Result result = on_small_disk(disk.path(), [&] {
+    fill_disk(disk / "filler");
+    hand_on(act({{"set", "HKLM\\S", "n", "x"}, {"remove", disk / "filler"}, {"set", "HKLM\\S", "n", "x"}},
+                {"KVREGISTRY=" + on_disk}));
+  });
+  if (result.exit_status == no_own_mounts) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, "112\nremoved\n0\n");
+  expect_one_line_naming(on_disk, result);
+}
+
+// Another program, which holds the hive while it lives.
+class Holder {
+ public:
+  Holder(const std::string& file, const char* statements) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
+    fflush(nullptr);
+    pid_ = fork();
+    if (pid_ == 0) {
+      sqlite3* db = nullptr;
+      bool held = sqlite3_open(file.c_str(), &db) == SQLITE_OK &&
+                  sqlite3_exec(db, statements, nullptr, nullptr, nullptr) == SQLITE_OK;
+      [[maybe_unused]] ssize_t written = write(ends[1], held ? "y" : "n", 1);
+      for (;;) pause();
+    }
+    close(ends[1]);
+    char answer = 'n';
+    holds = read(ends[0], &answer, 1) == 1 && answer == 'y';
+    close(ends[0]);
+  }
+  ~Holder() { let_go(); }
+  void let_go() {
+    if (pid_ < 0) return;
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    pid_ = -1;
+  }
+  std::string process() const { return std::to_string(pid_); }
+  bool holds = false;
+
+ private:
+  pid_t pid_ = -1;
+};
+
+TEST_F(Hive_Files, ThatAnotherProgramHoldsAloneAre170UntilItLetsGo) {
+  put_hive(good());
+  Holder holder(hive(), "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; DELETE FROM meta WHERE 0");
+  ASSERT_TRUE(holder.holds);
+  std::vector<Step> steps = {{"open", "HKLM\\Software\\K1"},
+                             {"kill", holder.process()},
+                             {"set", "HKLM\\Software\\K1", "n", "x"},
+                             {"get", "HKLM\\Software\\K1", "n"}};
+  Child_Result result = act(steps, environment());
+  EXPECT_EQ(result.out, "170\nkilled\n0\n0 x\n");
+  expect_one_line_naming(hive(), result);
+}
+
+TEST_F(Hive_Files, ThatAnotherProgramWritesCanBeReadAndAre170ToWriteUntilItLetsGo) {
+  put_hive(good());
+  Holder holder(hive(), "BEGIN IMMEDIATE");
+  ASSERT_TRUE(holder.holds);
+  std::vector<Step> steps = {
+      {"get", "HKLM\\Software\\K1", "n"}, {"make", "HKLM\\New"}, {"kill", holder.process()}, {"make", "HKLM\\New"}};
+  Child_Result result = act(steps, environment());
+  EXPECT_EQ(result.out, "0 " + std::string(100, 'v') + "\n170 0\nkilled\n0 1\n");
+  expect_one_line_naming(hive(), result);
+}
+
+TEST_F(Hive_Files, WhoseQueueOfWritersIsHeldAreWrittenAllTheSame) {
+  put_hive(good());
+  ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "1"}}, environment()), "0\n"));
+  int queue = open((hive() + "-queue").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_GE(queue, 0);
+  ASSERT_EQ(flock(queue, LOCK_EX), 0);
+  EXPECT_TRUE(answered(
+      act({{"set", "HKLM\\Software\\K1", "n", "2"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 2\n"));
+  close(queue);
+}
+
+TEST_F(Hive_Files, ReachedThroughASymbolicLinkAreTheSame) {
+  put_hive(good());
+  const std::string link = folder_ / "link.hive";
+  fs::create_symlink(hive(), link);
+  EXPECT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "link"}}, {"KVREGISTRY=" + link}), "0\n"));
+  EXPECT_TRUE(
+      answered(act({{"get", "HKLM\\Software\\K1", "n"}, {"set", "HKLM\\Software\\K1", "n", "file"}}, environment()),
+               "0 link\n0\n"));
+  EXPECT_TRUE(answered(act({{"get", "HKLM\\Software\\K1", "n"}}, {"KVREGISTRY=" + link}), "0 file\n"));
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_FALSE(fs::exists(link + "-wal"));
+}
+
+TEST_F(Hive_Files, AreNotHarmedByAProgramThatStartedWithoutStandardDescriptors) {
+  put_hive(good());
+  const std::string script = "exec \"$@\" <&- >&- 2>&-";
+  std::vector<std::string> arguments = {"/bin/sh", "-c", script, "sh"};
+  for (const std::string& word : act_arguments({{"set", "HKLM\\Software\\K1", "n", "quiet"},
+                                                {"open", "HKLM\\Software\\Missing"},
+                                                {"set", "HKLM\\Software\\K2", "n", "quiet"}})) {
+    arguments.push_back(word);
+  }
+  EXPECT_EQ(run_program(arguments, environment()).exit_status, 0);
+  EXPECT_TRUE(answered(act({{"get", "HKLM\\Software\\K1", "n"}, {"get", "HKLM\\Software\\K2", "n"}}, environment()),
+                       "0 quiet\n0 quiet\n"));
+  gather(hive());
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(hive().c_str(), &db), SQLITE_OK);
+  auto is_ok = [](void* ok, int, char** columns, char**) {
+    *static_cast<bool*>(ok) = std::string(columns[0]) == "ok";
+    return 0;
+  };
+  bool ok = false;
+  EXPECT_EQ(sqlite3_exec(db, "PRAGMA integrity_check", is_ok, &ok, nullptr), SQLITE_OK);
+  EXPECT_TRUE(ok);
+  sqlite3_close(db);
+}
+
+}  // namespace
+}  // namespace kvtest

@@ -1,0 +1,40 @@
+// Mounts that only one process and its children see. For a child only; the machine's own are untouched.
+#ifndef KELVANE_TESTS_STORE_OWN_MOUNTS_H
+#define KELVANE_TESTS_STORE_OWN_MOUNTS_H
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "tests/store/act.h"
+
+namespace kvtest {
+
+// A child that cannot have mounts of its own ends with this status and the reason on standard error.
+constexpr int no_own_mounts = 77;
+
+[[noreturn]] inline void give_up_on_mounts(const std::string& what) {
+  fprintf(stderr, "%s: %s", what.c_str(), strerror(errno));
+  fflush(stderr);
+  _exit(no_own_mounts);
+}
+
+// Root may mount at once; others are made root of a user namespace, where they keep their own number.
+inline void begin_own_mounts() {
+  const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
+  if (unshare(CLONE_NEWNS) != 0) {
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) give_up_on_mounts("no mount namespace of our own");
+    write_file("/proc/self/setgroups", "deny");
+    write_file("/proc/self/uid_map", user + " " + user + " 1");
+    write_file("/proc/self/gid_map", group + " " + group + " 1");
+  }
+  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) give_up_on_mounts("no private mounts");
+}
+
+}  // namespace kvtest
+
+#endif
