@@ -23,7 +23,9 @@ set(KV_ADVAPI32_SOURCES
   registry/gate.cpp
   registry/guarded_probe.cpp
   registry/hkcu_file.cpp
+  registry/hkcu_reader.cpp
   registry/keys.cpp
+  registry/proxy_file.cpp
   registry/query_info.cpp
   registry/query_multiple.cpp
   registry/query_value.cpp
