@@ -16,6 +16,8 @@ set(KV_ADVAPI32_SOURCES
   log/registry_log.cpp
   notify/input_idle.cpp
   parselib/profile.cpp
+  registry/admin.cpp
+  registry/admin_recursive.cpp
   registry/ansi_buffers.cpp
   registry/ascii_run.cpp
   registry/connect.cpp
@@ -30,6 +32,7 @@ set(KV_ADVAPI32_SOURCES
   registry/query_multiple.cpp
   registry/query_value.cpp
   registry/root_keys.cpp
+  registry/save_hkcu.cpp
   registry/security_stubs.cpp
   registry/set_value.cpp
   registry/unique_name.cpp
