@@ -39,6 +39,9 @@ set(KV_ADVAPI32_SOURCES
   registry/whole_hives.cpp
   registry/wide_buffers.cpp
   registry/win_char.cpp
+  regserver/connect_data.cpp
+  regserver/connect_lock.cpp
+  regserver/exports.cpp
   thunks/mapping.cpp
 )
 
