@@ -16,6 +16,8 @@ set(KV_ADVAPI32_SOURCES
   log/registry_log.cpp
   notify/input_idle.cpp
   parselib/profile.cpp
+  registry/admin.cpp
+  registry/admin_recursive.cpp
   registry/ansi_buffers.cpp
   registry/ascii_run.cpp
   registry/connect.cpp
@@ -23,17 +25,23 @@ set(KV_ADVAPI32_SOURCES
   registry/gate.cpp
   registry/guarded_probe.cpp
   registry/hkcu_file.cpp
+  registry/hkcu_reader.cpp
   registry/keys.cpp
+  registry/proxy_file.cpp
   registry/query_info.cpp
   registry/query_multiple.cpp
   registry/query_value.cpp
   registry/root_keys.cpp
+  registry/save_hkcu.cpp
   registry/security_stubs.cpp
   registry/set_value.cpp
   registry/unique_name.cpp
   registry/whole_hives.cpp
   registry/wide_buffers.cpp
   registry/win_char.cpp
+  regserver/connect_data.cpp
+  regserver/connect_lock.cpp
+  regserver/exports.cpp
   thunks/mapping.cpp
 )
 

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <winerror.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -24,20 +25,19 @@ DWORD give_up(const char* name, DWORD code) {
 }
 
 }  // namespace
+}  // namespace kelvane
 
-DWORD KvWriteHKCUFile(const char* path, unsigned char* data, int size) {
+DWORD KvWriteHKCUFile(const char* path, unsigned char* data, int length) {
   char name[unique_name_size];
   KvCreateUniqFileName(name, sizeof name, path);
   const int file = open(name, O_WRONLY | O_CREAT, file_mode);
   if (file == -1) return code_of(errno);
   chmod(name, file_mode);
-  const ssize_t written = write(file, data, static_cast<size_t>(size));
+  const ssize_t written = write(file, data, static_cast<size_t>(length));
   // QUIRK short-write-leaks: the descriptor of a short write stays open; the process is about to end.
-  if (written < 0 || written < size) return give_up(name, ERROR_DISK_FULL);
+  if (written < 0 || written < length) return give_up(name, ERROR_DISK_FULL);
   if (close(file) != 0) return give_up(name, ERROR_DISK_FULL);
   if (rename(name, path) == 0) return ERROR_SUCCESS;
   const int error = errno;
   return give_up(name, code_of(error));
 }
-
-}  // namespace kelvane

@@ -19,6 +19,7 @@ void get_computer_name(char (&name)[computer_name_room]) {
 }
 
 }  // namespace
+}  // namespace kelvane
 
 int KvCreateUniqFileName(char* destination, unsigned long capacity, const char* base) {
   char computer[computer_name_room];
@@ -26,5 +27,3 @@ int KvCreateUniqFileName(char* destination, unsigned long capacity, const char* 
   const LONG number = InterlockedIncrement(&counter);
   return std::snprintf(destination, capacity, "%s.%s.%d_%d", base, computer, static_cast<int>(getpid()), number);
 }
-
-}  // namespace kelvane

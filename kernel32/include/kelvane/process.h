@@ -6,6 +6,7 @@
 #ifndef KELVANE_PROCESS_H
 #define KELVANE_PROCESS_H
 
+#include <sys/types.h>
 #include <windef.h>
 
 KV_BEGIN_C
@@ -52,6 +53,13 @@ KV_EXPORT const char* KvTmpDir(int zero);
 /* A file name not in use in a directory (null: the temporary one), made with malloc and owned by the caller;
  * null when memory is short. A name only: nothing is created. */
 KV_EXPORT char* Kv_tempnam(const char* directory, const char* prefix);
+
+/*
+ * Opens a file, or makes it when flags has O_CREAT, as open does, in a place where others can make files, too: a
+ * symbolic link at the path's end is refused (ELOOP). The descriptor, which programs that are started do not
+ * get, or -1 with errno.
+ */
+KV_EXPORT int KvCreatePrivateFile(const char* path, int flags, mode_t mode);
 
 /*
  * The user's windows directory "$HOME/.kv/windows", made with mode 0700 when missing. Returns its length; 0
