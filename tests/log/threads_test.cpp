@@ -1,6 +1,7 @@
 // Several writers of one log.
 #include <gtest/gtest.h>
 
+#include <future>
 #include <thread>
 
 #include "log/registry_log_impl.h"
@@ -69,6 +70,56 @@ TEST(LogThreads, TheSizeIsReadWhileTheLockIsFree) {
   });
   EXPECT_EQ(child.exit_status, 0) << child.err;
   EXPECT_EQ(content_of(folder / "test.log"), record(1, "message"));
+}
+
+// A thread that is inside a question when the registry is closed: the question never returns.
+struct Parked_Thread {
+  std::promise<void> asks;
+  std::promise<void> closed;
+  void ask() {
+    asks.set_value();
+    closed.get_future().wait();
+  }
+};
+
+TEST(LogThreads, AThreadParkedInTheFirstUseHoldsNobodyUp) {
+  Temp_Folder home;
+  const Child_Result child = run_child([&] {
+    alarm(60);
+    setenv("HOME", home.path().c_str(), 1);
+    Settings_Double settings("2");
+    Parked_Thread parked;
+    settings.on_open([&] { parked.ask(); });
+    std::thread([] { RegLog().Output(0, "never"); }).detach();
+    parked.asks.get_future().wait();
+    RegUxClose(0, 0);
+    parked.closed.set_value();
+    RegLog().Output(0, "free");
+    _exit(0);
+  });
+  EXPECT_EQ(child.signal, 0);
+  EXPECT_EQ(content_of(home / "logs/regss.log"), record(1, "free"));
+}
+
+TEST(LogThreads, AThreadParkedInTheQuestionForTheSizeHoldsNobodyUp) {
+  Temp_Folder folder;
+  const Child_Result child = run_child([&] {
+    alarm(60);
+    Settings_Double settings;
+    Parked_Thread parked;
+    settings.on_query([&](const std::u16string& name) {
+      if (name == u"MaxSize") parked.ask();
+    });
+    RegistryLogImpl log(HKEY_LOCAL_MACHINE, L"s", (folder / "test.log").c_str());
+    std::thread([&] { log.Output(0, "never"); }).detach();
+    parked.asks.get_future().wait();
+    RegUxClose(0, 0);
+    parked.closed.set_value();
+    log.Output(0, "free");
+    _exit(0);
+  });
+  EXPECT_EQ(child.signal, 0);
+  EXPECT_EQ(content_of(folder / "test.log"), record(1, "free"));
 }
 
 TEST(LogThreads, FirstUseByManyThreadsMakesOneLogWithOneBanner) {
