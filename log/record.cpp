@@ -45,7 +45,7 @@ std::size_t format_header(char (&text)[short_record_size], const SYSTEMTIME& tim
 std::size_t complete_record(char (&text)[short_record_size], std::size_t header, const char* format,
                             va_list arguments) {
   const int message = std::vsnprintf(text + header, sizeof text - header, format, arguments);
-  if (message < 0 || static_cast<std::size_t>(message) + 1 >= sizeof text - header) return 0;
+  if (message < 0 || static_cast<std::size_t>(message) >= sizeof text - header) return 0;
   std::size_t length = header + static_cast<std::size_t>(message);
   if (!ends_line(format)) text[length++] = '\n';
   return length;

@@ -57,6 +57,7 @@ TEST(LogThreads, ShortRecordsOfTwoProcessesAreWhole) {
 TEST(LogThreads, TheSizeIsReadWhileTheLockIsFree) {
   Temp_Folder folder;
   const Child_Result child = run_child([&] {
+    alarm(60);
     Settings_Double settings;
     RegistryLogImpl log(HKEY_LOCAL_MACHINE, L"s", (folder / "test.log").c_str());
     settings.on_query([&](const std::u16string&) {
