@@ -4,6 +4,7 @@
 #include "log/record.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 
 inline namespace kelvane {
@@ -33,12 +34,22 @@ int write_long_message(FILE* stream, const char* format, va_list arguments) {
   return error != 0 || ends_line(format) ? error : write_text(stream, "\n", 1);
 }
 
-// The header with its newline; its length.
+void put_two_digits(char* place, int value) {
+  place[0] = static_cast<char>('0' + value / 10);
+  place[1] = static_cast<char>('0' + value % 10);
+}
+
+// The header as header_format describes it, with its newline; its length. Put together by hand: snprintf would
+// take a sixth of the time of a whole record.
 std::size_t format_header(char (&text)[short_record_size], const SYSTEMTIME& time, int number) {
-  const int length = std::snprintf(text, sizeof text, header_format, time.wDay, time.wMonth, time.wHour, time.wMinute,
-                                   time.wSecond, number);
-  text[length] = '\n';
-  return static_cast<std::size_t>(length) + 1;
+  constexpr char start[] = "DD/MM HH:MM:SS  [# ";
+  constexpr char end[] = "] ->\n";
+  std::memcpy(text, start, sizeof start);
+  const int fields[] = {time.wDay, time.wMonth, time.wHour, time.wMinute, time.wSecond};
+  for (int i = 0; i < 5; ++i) put_two_digits(text + 3 * i, fields[i]);
+  char* const behind = std::to_chars(text + sizeof start - 1, text + sizeof text, number).ptr;
+  std::memcpy(behind, end, sizeof end);
+  return static_cast<std::size_t>(behind - text) + sizeof end - 1;
 }
 
 // The message behind the header in text, when it fits with its newline: the record's length, else 0.

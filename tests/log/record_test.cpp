@@ -49,6 +49,12 @@ TEST(Record, TheDayComesFirstAndEveryFieldHasTwoDigits) {
   EXPECT_EQ(out.text, "03/02 04:05:06  [# 12] ->\nm\n");
 }
 
+TEST(Record, TheLastSecondOfAYearAndTheLastNumber) {
+  Counted_Stream out;
+  write_to(out.stream(), {2031, 12, 0, 31, 23, 59, 59, 999}, 2147483647, "m");
+  EXPECT_EQ(out.text, "31/12 23:59:59  [# 2147483647] ->\nm\n");
+}
+
 TEST(Record, MessagesOfEveryLengthAroundTheBuffersAreWhole) {
   for (int length = 0; length < 1100; ++length) {
     const std::string message(static_cast<size_t>(length), 'm');
