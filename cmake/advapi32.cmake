@@ -13,7 +13,15 @@ set(KV_ADVAPI32_SOURCES
   bootstrap/registry_bind.cpp
   bootstrap/registry_table.cpp
   bootstrap/startup.cpp
-  log/registry_log.cpp
+  log/kv_log.cpp
+  log/log_path.cpp
+  log/process_logs.cpp
+  log/prune.cpp
+  log/record.cpp
+  log/registry_log_impl.cpp
+  log/settings.cpp
+  log/stdout_logger.cpp
+  log/system_log.cpp
   notify/input_idle.cpp
   parselib/profile.cpp
   registry/admin.cpp

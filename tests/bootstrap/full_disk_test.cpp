@@ -102,7 +102,7 @@ TEST(CloseOnAFullDisk, SaysSoAtTheEndOfTheProcessTooWhenTheLogWasUsedBefore) {
             "TIME  [# 1] ->\n"
             "Could not load library used.dll. There is a problem with your Kelvane installation.\n"
             "KvExit 1\n"
-            "TIME  [# 2] ->\n"
+            "TIME  [# 1] ->\n"
             "Failed to write HKCU file to disc: the device is full.\n"
             "The changes made to the HKEY_CURRENT_USER in this session have been lost.\n");
 }

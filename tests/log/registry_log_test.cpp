@@ -91,7 +91,7 @@ TEST(RegistryLog, StillWritesWhenStaticObjectsAreGone) {
     exit(0);
   });
   EXPECT_EQ(child.exit_status, 0);
-  EXPECT_EQ(child.out, "25/04 07:08:09  [# 1] ->\nfirst used\n25/04 07:08:09  [# 2] ->\nat the end\n");
+  EXPECT_EQ(child.out, "25/04 07:08:09  [# 1] ->\nfirst used\n25/04 07:08:09  [# 1] ->\nat the end\n");
 }
 
 void log_many(const char* text) {
