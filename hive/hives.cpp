@@ -6,6 +6,7 @@
 
 #include "hive/hive_content.h"
 #include "hive/store/fork.h"
+#include "hive/user_content.h"
 
 namespace hive {
 namespace {
@@ -74,9 +75,16 @@ std::shared_ptr<Hive> Hives::make_machine() {
 std::shared_ptr<Hive> Hives::make_user() {
   std::string file = locations_->user_hive();
   user_image_file_ = locations_->user_image();
-  Hive_Traits traits{
-      owner_reads_and_writes, owner_may_all, true, &user_is_incomplete,
-      [this](Connection& connection, Findings& findings) { return fill_user(connection, user_image_file_, findings); }};
+  Hive_Traits traits{owner_reads_and_writes, owner_may_all, true, nullptr, nullptr};
+  if (!file.empty()) traits.presence = std::make_shared<Presence>();
+  traits.incomplete = [this, presence = traits.presence](Connection& connection) {
+    if (user_is_incomplete(connection)) return true;
+    return presence != nullptr && presence->alone() && import_is_due(connection, user_image_file_);
+  };
+  traits.fill = [this](Connection& connection, Findings& findings) {
+    if (user_is_incomplete(connection)) return fill_user(connection, user_image_file_, findings);
+    return import_user(connection, user_image_file_, findings);
+  };
   return std::make_shared<Hive>(std::move(file), std::move(traits), complain_);
 }
 

@@ -39,17 +39,21 @@ Status Registry::user_image(std::vector<unsigned char>* out_image) {
   return make_user_image(source, out_image);
 }
 
-// A process that never used the user's hive has nothing to say of it, nor has a hive that was never changed.
+// A process that never used the user's hive has nothing to say of it, nor has a hive that was never changed, or
+// not since it was imported from what the file still holds.
 Status Registry::closing_user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
   std::shared_ptr<Hive> user = parts_->hives.user_if_used();
   if (user == nullptr || user->is_private()) return Status::ok;
   Image_Head head;
+  bool changed = false;
   Status status = user->read([&](Connection& connection) {
     head = image_head(connection);
+    changed = changed_since_import(connection);
     return connection.status();
   });
   if (status != Status::ok || head.self.number == 0) return status;
+  if (!changed && carries_image(parts_->hives.user_image_file(), head.base)) return Status::ok;
   Hive_Source source(*user);
   return make_closing_user_image(source, head.self, user->path(), parts_->hives.user_image_file(), out_image);
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 #include <mutex>
 
 #include "hive/image/image.h"
@@ -94,21 +95,54 @@ bool rename_to_free_name(const std::string& from, const std::string& to) {
   return rename(from.c_str(), to.c_str()) == 0;
 }
 
-}  // namespace
+bool write_whole(int descriptor, const std::vector<unsigned char>& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t put = write(descriptor, bytes.data() + done, bytes.size() - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    done += static_cast<std::size_t>(put);
+  }
+  return fsync(descriptor) == 0;
+}
 
-Status read_image_file(const std::string& file, std::vector<unsigned char>* out_bytes) {
+// At most the size given, and no more than its head of what is no image.
+Status read_up_to(const std::string& file, std::size_t most, std::vector<unsigned char>* out_bytes) {
   out_bytes->clear();
   const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (descriptor.number() < 0) return errno == ENOENT ? Status::ok : status_of(errno);
   struct stat found;
   if (fstat(descriptor.number(), &found) != 0) return status_of(errno);
   if (!S_ISREG(found.st_mode)) return Status::not_a_hive;
-  const auto size = static_cast<std::size_t>(found.st_size);
+  const auto size = std::min(static_cast<std::size_t>(found.st_size), most);
   Status status = read_whole(descriptor.number(), out_bytes, std::min(size, image_head_size));
   if (status != Status::ok || out_bytes->empty()) return status;
   Image_Prologue prologue;
   status = read_image_prologue(*out_bytes, &prologue);
   return status == Status::ok ? read_whole(descriptor.number(), out_bytes, size) : status;
+}
+
+}  // namespace
+
+Status read_image_file(const std::string& file, std::vector<unsigned char>* out_bytes) {
+  return read_up_to(file, std::numeric_limits<std::size_t>::max(), out_bytes);
+}
+
+Status read_image_head(const std::string& file, std::vector<unsigned char>* out_bytes) {
+  return read_up_to(file, image_head_size, out_bytes);
+}
+
+std::string write_beside(const std::string& file, const char* word, const std::vector<unsigned char>& bytes) {
+  for (int n = 1; n <= max_aside_names; ++n) {
+    const std::string name = file + "." + word + "." + std::to_string(n);
+    const Descriptor descriptor(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (descriptor.number() < 0 && errno == EEXIST) continue;
+    if (descriptor.number() < 0) return "";
+    if (write_whole(descriptor.number(), bytes)) return name;
+    unlink(name.c_str());
+    return "";
+  }
+  return "";
 }
 
 std::string set_aside(const std::string& file, const char* word) {

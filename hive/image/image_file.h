@@ -13,6 +13,13 @@ namespace hive {
 // or does not begin as an image, so that a large foreign file is never read whole.
 Status read_image_file(const std::string& file, std::vector<unsigned char>* out_bytes);
 
+// The first bytes of the file, as the whole of them above.
+Status read_image_head(const std::string& file, std::vector<unsigned char>* out_bytes);
+
+// Writes the bytes to a new file "<file>.<word>.<n>" with the lowest n that is free, durably. Its name, or ""
+// when that did not go well; nothing is left then.
+std::string write_beside(const std::string& file, const char* word, const std::vector<unsigned char>& bytes);
+
 // Renames the file to "<file>.<word>.<n>" with the lowest n that is free. The new name, or "" when the folder
 // does not allow it.
 std::string set_aside(const std::string& file, const char* word);

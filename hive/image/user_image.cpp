@@ -16,14 +16,6 @@ Status make_image(Tree_Source& source, Image_Head* out_head, std::vector<unsigne
   return Status::ok;
 }
 
-// Whether the file holds a whole image of exactly this state.
-bool carries(const std::string& file, const Hive_Mark& mark) {
-  std::vector<unsigned char> bytes;
-  Image_Prologue prologue;
-  return read_image_file(file, &bytes) == Status::ok && check_image(bytes, &prologue) == Status::ok &&
-         prologue.head.self == mark;
-}
-
 // Moves a file that holds no image for us out of the way of the next one.
 Status put_away(const std::string& file, Status why, Complain complain) {
   const bool newer = why == Status::newer_version;
@@ -58,14 +50,21 @@ Status make_user_image(Tree_Source& source, std::vector<unsigned char>* out_imag
   return make_image(source, &head, out_image);
 }
 
+bool carries_image(const std::string& image_file, const Hive_Mark& mark) {
+  std::vector<unsigned char> bytes;
+  Image_Prologue prologue;
+  return read_image_file(image_file, &bytes) == Status::ok && check_image(bytes, &prologue) == Status::ok &&
+         prologue.head.self == mark;
+}
+
 Status make_closing_user_image(Tree_Source& source, const Hive_Mark& current, const std::string& live_hive,
                                const std::string& image_file, std::vector<unsigned char>* out_image) {
   out_image->clear();
-  if (live_hive.empty() || carries(image_file, current)) return Status::ok;
+  if (live_hive.empty() || carries_image(image_file, current)) return Status::ok;
   if (!lock_for_ever(live_hive + ".image-lock", closing_wait_ms)) return Status::busy;
   Image_Head head;
   if (Status status = make_image(source, &head, out_image); status != Status::ok) return status;
-  if (carries(image_file, head.self)) out_image->clear();  // written by another process while this one waited
+  if (carries_image(image_file, head.self)) out_image->clear();  // written by another process while this one waited
   return Status::ok;
 }
 

@@ -16,6 +16,9 @@ namespace hive {
 // The image of the hive as it is now.
 Status make_user_image(Tree_Source& source, std::vector<unsigned char>* out_image);
 
+// Whether the file holds a whole image of exactly this state.
+bool carries_image(const std::string& image_file, const Hive_Mark& mark);
+
 // The image for the end of the process, to be written to image_file by the caller. Empty, with ok, when
 // image_file already carries `current`, the hive's mark as it stands. Otherwise this process takes the
 // exclusive lock "<live_hive>.image-lock" and keeps it to its end, so that images reach the file in the order

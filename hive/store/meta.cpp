@@ -64,4 +64,15 @@ Status set_base(Connection& connection, const Hive_Mark& base) {
   return set_meta(connection, "base_number", static_cast<std::int64_t>(base.number));
 }
 
+Status note_import(Connection& connection, const Hive_Mark& base) {
+  set_base(connection, base);
+  Statement(connection, Query::raise_number).run();
+  set_meta(connection, "import_number", meta_number(connection, "number"));
+  return note_image(connection);
+}
+
+bool changed_since_import(Connection& connection) {
+  return meta_number(connection, "number") != meta_number(connection, "import_number");
+}
+
 }  // namespace hive

@@ -4,6 +4,7 @@
 //   number      of the last change; raised only by the first change after an image was made
 //   imaged      1 while an image of this very state was made, or nothing was ever changed
 //   base, base_number   the identity and number of what the hive was last imported from
+//   import_number   the number that the hive had when it was imported over what it held before
 //   boot        of which run of the machine volatile keys were last looked after
 //   fresh       1 until what a new hive starts with was put into it
 #pragma once
@@ -30,5 +31,9 @@ Image_Head image_head(Connection& connection);
 Status note_image(Connection& connection);
 Status count_change(Connection& connection);
 Status set_base(Connection& connection, const Hive_Mark& base);
+// Notes that what the hive held was replaced by what the base holds: a change that calls for no image yet.
+Status note_import(Connection& connection, const Hive_Mark& base);
+// Whether anything was changed since, or ever if it was not imported so.
+bool changed_since_import(Connection& connection);
 
 }  // namespace hive

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "hive/store/connection.h"
+#include "hive/store/presence.h"
 #include "hive/store/queue.h"
 #include "hive/store/transaction.h"
 
@@ -33,6 +34,8 @@ struct Hive_Traits {
   std::function<bool(Connection&)> incomplete;
   // Puts in what the hive starts with; in a writing transaction.
   std::function<Status(Connection&, Findings& findings)> fill;
+  // Told of every opening of the hive's file; null for a hive of which nobody must be alone.
+  std::shared_ptr<Presence> presence = nullptr;
 };
 
 class Store {
@@ -65,6 +68,7 @@ class Store {
   Status ready(Access access, const Hive_Traits& traits, Findings& findings);
   Status open(const Hive_Traits& traits, Findings& findings);
   Status open_file(const Hive_Traits& traits, Findings& findings);
+  Status open_in_presence(const Hive_Traits& traits, Findings& findings);
   Status open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings);
   Status prepare_content(const Hive_Traits& traits, Findings& findings);
   Status complete(const Hive_Traits& traits, Findings& findings);

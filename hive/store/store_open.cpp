@@ -52,11 +52,21 @@ Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings
 }
 
 Status Store::open(const Hive_Traits& traits, Findings& findings) {
-  if (!file_.empty()) return open_file(traits, findings);
+  if (!file_.empty()) return open_in_presence(traits, findings);
   Status status = Connection::open(file_, Connection::Mode::memory, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   status = make_hive(*connection_, traits.root_mode);
   return status == Status::ok ? prepare_content(traits, findings) : status;
+}
+
+Status Store::open_in_presence(const Hive_Traits& traits, Findings& findings) {
+  if (traits.presence == nullptr) return open_file(traits, findings);
+  Status status = traits.presence->enter(file_);
+  if (status != Status::ok) {
+    findings.reason = "another process is about to open it";
+    return status;
+  }
+  return traits.presence->settle(open_file(traits, findings));
 }
 
 Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
