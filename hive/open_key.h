@@ -6,6 +6,7 @@
 
 #include "hive/enumerate.h"
 #include "hive/hive.h"
+#include "hive/identity.h"
 
 namespace hive {
 
@@ -18,6 +19,10 @@ enum class Place {
 
 class Open_Key {
  public:
+  // A key found in a hive; its number means nothing in another hive that comes to stand at the same path.
+  Open_Key(std::shared_ptr<Hive> its_hive, std::int64_t its_number, const Hive_Identity& found_in)
+      : hive(std::move(its_hive)), number(its_number), place(Place::key), identity(found_in) {}
+  // A root, which every hive at its path has.
   Open_Key(std::shared_ptr<Hive> its_hive, std::int64_t its_number, Place its_place = Place::key,
            std::u16string_view its_path = {})
       : hive(std::move(its_hive)), number(its_number), place(its_place), path(its_path) {}
@@ -26,6 +31,8 @@ class Open_Key {
   const std::int64_t number;
   const Place place;
   const std::u16string_view path;  // by_path: below the hive's root; a constant
+
+  const Hive_Identity identity{};  // zeros: of any hive
 
   // Touched only within transactions of the hive, one at a time.
   Position keys;

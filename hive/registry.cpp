@@ -13,7 +13,15 @@ namespace {
 constexpr std::u16string_view classes_path = u"Software\\Classes";
 constexpr std::u16string_view current_config_path = u"System\\CurrentControlSet\\Hardware Profiles\\Current";
 
-Key open_key(const Key& at, std::int64_t number) { return std::make_shared<Open_Key>(at->hive, number); }
+// A key as a transaction has found it.
+struct Found {
+  std::int64_t number = 0;
+  Hive_Identity identity{};
+};
+
+Key open_key(const Key& at, const Found& found) {
+  return std::make_shared<Open_Key>(at->hive, found.number, found.identity);
+}
 
 // The path is the key itself again, as the root that it is.
 bool is_same_root(const Key& at, std::u16string_view path) {
@@ -57,11 +65,12 @@ Status Registry::open(const Key& at, std::u16string_view path, Key* out_key) {
     *out_key = same_root(start.key);
     return Status::ok;
   }
-  std::int64_t number = 0;
+  Found found;
   status = parts_->read(start.key, [&](Connection& connection, std::int64_t key) {
-    return find_key(connection, key, start.path, &number);
+    found.identity = connection.identity;
+    return find_key(connection, key, start.path, &found.number);
   });
-  if (status == Status::ok) *out_key = open_key(start.key, number);
+  if (status == Status::ok) *out_key = open_key(start.key, found);
   return status;
 }
 
@@ -75,13 +84,14 @@ Status Registry::create(const Key& at, std::u16string_view path, const Creation&
   if (status != Status::ok) return status;
   if (start.key->place == Place::nothing || Parts::is_users_own(start)) return Status::denied;
   bool in_users = start.key->place == Place::users;
-  std::int64_t number = 0;
+  Found found;
   status = parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
     std::u16string_view first = Path_Parts(start.path).next();
-    if (in_users && find_key(connection, key, first, &number) == Status::not_found) return Status::denied;
-    return create_key(connection, key, start.path, creation, &number, out_created);
+    if (in_users && find_key(connection, key, first, &found.number) == Status::not_found) return Status::denied;
+    found.identity = connection.identity;
+    return create_key(connection, key, start.path, creation, &found.number, out_created);
   });
-  if (status == Status::ok) *out_key = open_key(start.key, number);
+  if (status == Status::ok) *out_key = open_key(start.key, found);
   return status;
 }
 

@@ -6,10 +6,10 @@
 // it or nothing. Texts and data of a record live until the callback returns.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string_view>
 
+#include "hive/identity.h"
 #include "hive/status.h"
 
 namespace hive {
@@ -46,7 +46,7 @@ class Tree_Visitor {
 // change, which is raised only by the first change after an image was made. The number of a hive that was
 // never changed is 0. An identity of zeros is no hive's.
 struct Hive_Mark {
-  std::array<unsigned char, 16> identity{};
+  Hive_Identity identity{};
   std::uint64_t number = 0;
 
   bool operator==(const Hive_Mark&) const = default;

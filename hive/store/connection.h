@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "hive/identity.h"
 #include "hive/status.h"
 #include "hive/store/errors.h"
 #include "hive/store/system_calls.h"
@@ -80,6 +81,9 @@ class Connection {
   // Whether a writing transaction's ids are kept with it or forgotten.
   void keep_ids() { kept_ids_ = ids_; }
   void forget_ids() { ids_ = kept_ids_; }
+
+  // Of the hive that this connection is to; known before the first operation on its content.
+  Hive_Identity identity{};
 
   // Volatile keys of an earlier run of the machine are still in the hive and must not be shown.
   bool shows_volatile = true;

@@ -113,6 +113,7 @@ Status Store::prepare_content(const Hive_Traits& traits, Findings& findings) {
   Status status = in_transaction(*connection_, Access::read, [&](Connection& connection) {
     current = meta_text(connection, "boot") == boot_identity();
     incomplete = traits.incomplete && traits.incomplete(connection);
+    connection.identity = image_head(connection).self.identity;
     return connection.status();
   });
   connection_->shows_volatile = current || !connection_->read_only();

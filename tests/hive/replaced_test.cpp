@@ -27,6 +27,14 @@ TEST_F(Replaced, ARemovedHiveIsANewOneAtTheNextCall) {
   EXPECT_EQ(key_names(*registry, root_of(*registry)), Names{u"b"});
 }
 
+TEST_F(Replaced, AKeyOfTheFormerHiveNeverLeadsToOneOfTheNew) {
+  Key former = make_key(*registry, root_of(*registry), u"a");
+  remove_all_files();
+  Key successor = make_key(*registry, root_of(*registry), u"b");
+  EXPECT_EQ(put(*registry, former, u"v", "x"), Status::key_deleted);
+  EXPECT_EQ(value_names(*registry, successor), Names{});
+}
+
 TEST_F(Replaced, ARemovedFileAloneIsNotMixedWithItsOldLog) {
   make_key(*registry, root_of(*registry), u"a");
   std::filesystem::remove(folder / "machine.bin");
