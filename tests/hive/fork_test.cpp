@@ -92,6 +92,7 @@ TEST_F(Fork, ADaemonThatForksTwiceAndClosesEverythingGoesOnWriting) {
 }
 
 TEST_F(Fork, AForkWaitsForNoHiveInTheMiddleOfAWrite) {
+  if (const char* reason = kvtest::why_not_fork_beside_threads()) GTEST_SKIP() << reason;
   std::atomic<bool> stop = false;
   std::thread writer([&] {
     for (int i = 0; !stop; ++i) EXPECT_EQ(put(*registry, key, u"busy", std::to_string(i)), Status::ok);

@@ -136,6 +136,7 @@ TEST_F(HandleTable, OneOfManyThreadsClosesAHandleAndEveryKeyIsReleasedOnce) {
 }
 
 TEST_F(HandleTable, ForkedChildOpensAndClosesWhileThreadsOfTheParentDo) {
+  if (const char* reason = kvtest::why_not_fork_beside_threads()) GTEST_SKIP() << reason;
   std::atomic<bool> stop = false;
   std::thread busy([&] {
     while (!stop) table->close(table->add(any_key(), 0));

@@ -50,6 +50,7 @@ TEST_F(Process, HandlesStayGoodInAForkedChildAndInItsParent) {
 }
 
 TEST_F(Process, ForksWhileThreadsUseTheRegistry) {
+  if (const char* reason = kvtest::why_not_fork_beside_threads()) GTEST_SKIP() << reason;
   const auto result = in_process([] {
     HKEY key = nullptr;
     create_key(HKEY_LOCAL_MACHINE, u"k", &key);

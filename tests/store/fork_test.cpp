@@ -111,6 +111,7 @@ TEST_F(Fork, ManyGenerationsEachAddTheirValue) {
 }
 
 TEST_F(Fork, WhileAnotherThreadWritesDisturbsNeitherSide) {
+  if (const char* reason = kvtest::why_not_fork_beside_threads()) GTEST_SKIP() << reason;
   std::atomic<bool> done = false;
   std::atomic<int> wrong = 0;
   std::atomic<DWORD> written = 0;
@@ -135,6 +136,7 @@ TEST_F(Fork, WhileAnotherThreadWritesDisturbsNeitherSide) {
 }
 
 TEST_F(Fork, WhileOtherThreadsOpenAndCloseHandlesLeavesTheChildAWorkingRegistry) {
+  if (const char* reason = kvtest::why_not_fork_beside_threads()) GTEST_SKIP() << reason;
   std::atomic<bool> done = false;
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {

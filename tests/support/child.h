@@ -136,6 +136,16 @@ inline void change_environment(const std::vector<std::string>& changes) {
 
 }  // namespace detail
 
+// Why a test must not fork beside threads that use the heap; null when it may. The sanitizers' heaps, unlike the
+// system's, are not made ready for a fork: the child may wait for ever for a lock of a thread that it lacks.
+inline const char* why_not_fork_beside_threads() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return "the sanitizer's heap may stay locked in a child that is forked beside working threads";
+#else
+  return nullptr;
+#endif
+}
+
 // Runs the function in a forked child, which ends by _exit(0) when the function returns.
 inline Child_Result run_child(const std::function<void()>& function) { return detail::run_forked(function); }
 

@@ -111,6 +111,7 @@ TEST(KernelHeap, ServesThreadsAtOnce) {
 }
 
 TEST(KernelHeap, ServesAChildThatWasForkedWhileAnotherThreadAllocates) {
+  if (const char* reason = kvtest::why_not_fork_beside_threads()) GTEST_SKIP() << reason;
   std::atomic<bool> stop{false};
   std::thread busy([&stop] {
     while (!stop) KvKernelCalloc(64);
