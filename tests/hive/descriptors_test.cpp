@@ -94,23 +94,29 @@ TEST_F(Descriptors, EndingTheRegistryAfterThemClosesNoneOfTheProgramsFiles) {
   EXPECT_EQ(child.out, "20");
 }
 
+// Descriptors above the standard ones that a program started by this one would get.
+int inherited_by_exec() {
+  int inherited = 0;
+  for (int fd = 3; fd < 1024; ++fd) {
+    int flags = fcntl(fd, F_GETFD);
+    inherited += flags >= 0 && (flags & FD_CLOEXEC) == 0;
+  }
+  return inherited;
+}
+
 TEST_F(Descriptors, NoneOfTheHivesIsAStandardOneAndNoneSurvivesAnExec) {
   kvtest::Child_Result child = kvtest::run_child([&] {
     int told = fcntl(STDOUT_FILENO, F_DUPFD, 10);
     for (int fd = 0; fd < 10; ++fd) close(fd);
+    int before = inherited_by_exec();  // what whoever started the tests left open
     std::unique_ptr<Registry> registry = registry_on(folder.path());
     make_key(*registry, root_of(*registry), u"a");
+    int more = inherited_by_exec() - before;
     int first_free = open("/dev/null", O_RDONLY);
-    int inherited = 0;
-    for (int fd = 3; fd < 64; ++fd) {
-      int flags = fcntl(fd, F_GETFD);
-      inherited += fd != told && flags >= 0 && (flags & FD_CLOEXEC) == 0;
-    }
-    dprintf(told, "%d %d", first_free, inherited);
+    dprintf(told, "%d %d", first_free, more);
     _exit(0);
   });
-  EXPECT_EQ(child.out.substr(0, 2), "0 ");
-  EXPECT_EQ(child.out, "0 1");  // the descriptor of the child's own standard error, if above the standard ones
+  EXPECT_EQ(child.out, "0 0");
 }
 
 }  // namespace
