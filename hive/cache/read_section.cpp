@@ -4,7 +4,9 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <mutex>
 #include <vector>
 
@@ -50,15 +52,15 @@ unsigned counter_of_thread() {
   return static_cast<unsigned>((thread >> thread_shift) ^ (thread >> (2 * thread_shift))) % counters;
 }
 
-// What can be released now, if anything.
-Objects take_releasable(Retired& objects, Sections& sections) {
+// Takes what can be released now. False when the former phase has sections left.
+bool change_phase(Retired& objects, Sections& sections, Objects& releasable) {
   const unsigned phase = sections.phase.load(std::memory_order_relaxed);
-  if (sections.any(phase - 1)) return {};
-  Objects releasable = std::move(objects.of_the_phase_before);
-  objects.of_the_phase_before = std::move(objects.of_this_phase);
-  objects.of_this_phase.clear();
+  if (sections.any(phase - 1)) return false;
+  std::move(objects.of_the_phase_before.begin(), objects.of_the_phase_before.end(), std::back_inserter(releasable));
+  objects.of_the_phase_before.clear();
+  objects.of_the_phase_before.swap(objects.of_this_phase);
   sections.phase.store(phase + 1, std::memory_order_seq_cst);
-  return releasable;
+  return true;
 }
 
 }  // namespace
@@ -84,7 +86,9 @@ void retire(std::unique_ptr<const Shared_Object> object) {
   Objects releasable;  // released without the mutex
   std::lock_guard lock(objects.mutex);
   objects.of_this_phase.push_back(std::move(object));
-  releasable = take_releasable(objects, *current.load(std::memory_order_acquire));
+  Sections& sections = *current.load(std::memory_order_acquire);
+  // Twice: with no section left at all the object itself is released.
+  if (change_phase(objects, sections, releasable)) change_phase(objects, sections, releasable);
 }
 
 void hold_retired_objects() { retired().mutex.lock(); }
