@@ -3,8 +3,11 @@
 //
 //   open KEY | make KEY | volatile KEY | delete KEY | set KEY NAME TEXT | large KEY NAME SIZE | get KEY NAME |
 //   names KEY | copy FROM TO | rename FROM TO | remove FILE | kill PROCESS | chmod OCTAL FILE | chdir FOLDER |
-//   umask OCTAL | setenv NAME VALUE | busy KEY | end HOW
+//   umask OCTAL | setenv NAME VALUE | busy KEY | backup FOLDER | await DESCRIPTOR | killed-at-rename | end HOW
+#include <kelvane/registry_admin.h>
 #include <windows.h>
+
+#include <fcntl.h>
 
 #include <poll.h>
 #include <signal.h>
@@ -141,6 +144,23 @@ std::string keep_busy(const Words& step) {
   return "busy";
 }
 
+std::string backup(const Words& step) { return text(static_cast<LSTATUS>(RegBackup(step[1].c_str(), nullptr))); }
+
+// Waits until nobody can write to the descriptor any more.
+std::string await(const Words& step) {
+  char byte;
+  while (read(std::stoi(step[1]), &byte, 1) > 0) {
+  }
+  return "on";
+}
+
+bool dies_at_rename = false;
+
+std::string die_at_rename(const Words&) {
+  dies_at_rename = true;
+  return "marked";
+}
+
 std::string end(const Words& step) {
   if (step[1] == "exit") exit(0);
   if (step[1] == "_exit") _exit(0);
@@ -150,18 +170,39 @@ std::string end(const Words& step) {
 }
 
 void run(const Words& step) {
-  static const std::map<std::string, std::string (*)(const Words&)> all = {
-      {"open", open_key},      {"make", make_key},          {"volatile", make_key},
-      {"delete", delete_key},  {"set", set_text},           {"large", set_large},
-      {"get", get_text},       {"names", count_names},      {"copy", copy_file},
-      {"rename", rename_file}, {"kill", kill_process},      {"busy", keep_busy},
-      {"remove", remove_file}, {"chmod", change_mode},      {"chdir", change_folder},
-      {"umask", change_mask},  {"setenv", change_variable}, {"end", end}};
+  static const std::map<std::string, std::string (*)(const Words&)> all = {{"open", open_key},
+                                                                           {"make", make_key},
+                                                                           {"volatile", make_key},
+                                                                           {"delete", delete_key},
+                                                                           {"set", set_text},
+                                                                           {"large", set_large},
+                                                                           {"get", get_text},
+                                                                           {"names", count_names},
+                                                                           {"copy", copy_file},
+                                                                           {"rename", rename_file},
+                                                                           {"kill", kill_process},
+                                                                           {"busy", keep_busy},
+                                                                           {"remove", remove_file},
+                                                                           {"chmod", change_mode},
+                                                                           {"chdir", change_folder},
+                                                                           {"umask", change_mask},
+                                                                           {"setenv", change_variable},
+                                                                           {"backup", backup},
+                                                                           {"await", await},
+                                                                           {"end", end},
+                                                                           {"killed-at-rename", die_at_rename}};
   std::string line = all.at(step[0])(step) + "\n";
   [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, line.data(), line.size());
 }
 
 }  // namespace
+
+// In the place of the system's, also for the libraries: a program that is to die here dies with the new file
+// written and the old one in its place.
+extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
+  if (dies_at_rename) kill(getpid(), SIGKILL);
+  return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
 
 int main(int argc, char** argv) {
   Words step;
