@@ -231,6 +231,34 @@ TEST_F(Hive_Files, WhoseQueueOfWritersIsHeldAreWrittenAllTheSame) {
   close(queue);
 }
 
+// A link in the place of the queue is not followed, also to a file that is not there; the hive does without.
+TEST_F(Hive_Files, WhoseQueueOfWritersIsALinkAreWrittenAndTheLinkIsNotFollowed) {
+  put_hive(good());
+  for (const std::string& target : {folder_ / "secret", folder_ / "missing"}) {
+    write_file(folder_ / "secret", "kept");
+    fs::remove(hive() + "-queue");
+    fs::create_symlink(target, hive() + "-queue");
+    EXPECT_TRUE(answered(
+        act({{"set", "HKLM\\Software\\K1", "n", "x"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 x\n"));
+    EXPECT_EQ(content_of(folder_ / "secret"), "kept");
+    EXPECT_FALSE(fs::exists(folder_ / "missing"));
+    EXPECT_TRUE(fs::is_symlink(hive() + "-queue"));
+  }
+}
+
+// Who may write the hive, and nobody else, may open the queue for both.
+TEST_F(Hive_Files, HaveAQueueForTheirWritersWhateverTheMask) {
+  for (const auto& [registry_mask, mode] : {std::pair("002", 0660), std::pair("022", 0600), std::pair("000", 0666)}) {
+    const std::string hive_file = folder_ / (registry_mask + std::string(".hive"));
+    ASSERT_TRUE(answered(act({{"umask", "077"}, {"set", "HKLM\\S", "n", "x"}},
+                             {"KVREGISTRY=" + hive_file, std::string("KVREGUMASK=") + registry_mask}),
+                         "masked\n0\n"));
+    struct stat queue {};
+    ASSERT_EQ(stat((hive_file + "-queue").c_str(), &queue), 0);
+    EXPECT_EQ(queue.st_mode & 07777, static_cast<mode_t>(mode)) << registry_mask;
+  }
+}
+
 TEST_F(Hive_Files, ReachedThroughASymbolicLinkAreTheSame) {
   put_hive(good());
   const std::string link = folder_ / "link.hive";
