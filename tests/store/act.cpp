@@ -1,9 +1,11 @@
 // A ported program that does what its arguments say, one step after the other, and writes a line about each:
 // the result code and what was read. Steps are separated by ",". Keys are written "HKLM\path" or "HKCU\path".
 //
-//   open KEY | make KEY | volatile KEY | delete KEY | set KEY NAME TEXT | large KEY NAME SIZE | get KEY NAME |
-//   names KEY | copy FROM TO | rename FROM TO | remove FILE | kill PROCESS | chmod OCTAL FILE | chdir FOLDER |
-//   umask OCTAL | setenv NAME VALUE | busy KEY | backup FOLDER | await DESCRIPTOR | killed-at-rename | end HOW
+//   open KEY | make KEY | volatile KEY | delete KEY | set KEY NAME TEXT | number KEY NAME NUMBER |
+//   large KEY NAME SIZE | get KEY NAME | log LEVEL TEXT | names KEY | copy FROM TO | rename FROM TO | remove FILE |
+//   kill PROCESS | chmod OCTAL FILE | chdir FOLDER | umask OCTAL | setenv NAME VALUE | busy KEY | backup FOLDER | await
+//   DESCRIPTOR | killed-at-rename | end HOW
+#include <kelvane/log.h>
 #include <kelvane/registry_admin.h>
 #include <windows.h>
 
@@ -69,6 +71,10 @@ std::string set_data(const std::string& path, const std::string& name, DWORD typ
 }
 
 std::string set_text(const Words& step) { return set_data(step[1], step[2], REG_SZ, step[3] + '\0'); }
+std::string set_number(const Words& step) {
+  const DWORD number = static_cast<DWORD>(std::stoul(step[3]));
+  return set_data(step[1], step[2], REG_DWORD, std::string(reinterpret_cast<const char*>(&number), sizeof number));
+}
 std::string set_large(const Words& step) {
   return set_data(step[1], step[2], REG_BINARY, std::string(std::stoul(step[3]), 'L'));
 }
@@ -144,6 +150,11 @@ std::string keep_busy(const Words& step) {
   return "busy";
 }
 
+std::string write_log(const Words& step) {
+  RegLog().Output(std::stoi(step[1]), "%s", step[2].c_str());
+  return "logged";
+}
+
 std::string backup(const Words& step) { return text(static_cast<LSTATUS>(RegBackup(step[1].c_str(), nullptr))); }
 
 // Waits until nobody can write to the descriptor any more.
@@ -188,6 +199,8 @@ void run(const Words& step) {
                                                                            {"umask", change_mask},
                                                                            {"setenv", change_variable},
                                                                            {"backup", backup},
+                                                                           {"number", set_number},
+                                                                           {"log", write_log},
                                                                            {"await", await},
                                                                            {"end", end},
                                                                            {"killed-at-rename", die_at_rename}};

@@ -90,6 +90,30 @@ TEST_F(Forbidden_Hives, ThatMayOnlyBeReadAreReadAndRefuseToBeWritten) {
   EXPECT_TRUE(content_of(hive()) == good());
 }
 
+// The log's lines, without the time.
+std::string without_headers(std::string text) {
+  for (std::size_t header; (header = text.find("] ->\n")) != text.npos;) {
+    const std::size_t start = text.rfind('\n', header) + 1;
+    text.erase(start, header + 5 - start);
+  }
+  return text;
+}
+
+TEST_F(Forbidden_Hives, ThatMayOnlyBeReadGiveTheLogsItsSettings) {
+  const std::string settings = "HKLM\\Software\\Tressaly\\regss\\log";
+  fs::permissions(hive(), fs::perms(0644));
+  const std::vector<Step> steps = {{"log", "1", "one"}, {"log", "2", "two"}};
+  Child_Result before = act_as_nobody(steps);
+  if (!may_run(before)) GTEST_SKIP() << before.err;
+  // The key is missing and cannot be made.
+  EXPECT_EQ(without_headers(before.out), "one\nlogged\nlogged\n");
+  EXPECT_EQ(before.err, "");
+  ASSERT_TRUE(answered(act({{"number", settings, "LogLevel", "2"}}, environment()), "0\n"));
+  Child_Result after = act_as_nobody(steps);
+  EXPECT_EQ(without_headers(after.out), "one\nlogged\ntwo\nlogged\n");
+  EXPECT_EQ(after.err, "");
+}
+
 TEST_F(Forbidden_Hives, ThatOthersWriteAreReadWithTheirLatestValues) {
   fs::permissions(hive(), fs::perms(0644));
   ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "latest"}}, environment()), "0\n"));
