@@ -181,29 +181,30 @@ std::string end(const Words& step) {
 }
 
 void run(const Words& step) {
-  static const std::map<std::string, std::string (*)(const Words&)> all = {{"open", open_key},
-                                                                           {"make", make_key},
-                                                                           {"volatile", make_key},
-                                                                           {"delete", delete_key},
-                                                                           {"set", set_text},
-                                                                           {"large", set_large},
-                                                                           {"get", get_text},
-                                                                           {"names", count_names},
-                                                                           {"copy", copy_file},
-                                                                           {"rename", rename_file},
-                                                                           {"kill", kill_process},
-                                                                           {"busy", keep_busy},
-                                                                           {"remove", remove_file},
-                                                                           {"chmod", change_mode},
-                                                                           {"chdir", change_folder},
-                                                                           {"umask", change_mask},
-                                                                           {"setenv", change_variable},
-                                                                           {"backup", backup},
-                                                                           {"number", set_number},
-                                                                           {"log", write_log},
-                                                                           {"await", await},
-                                                                           {"end", end},
-                                                                           {"killed-at-rename", die_at_rename}};
+  using Action = std::string (*)(const Words&);
+  static const std::map<std::string, Action> all = {{"open", open_key},
+                                                    {"make", make_key},
+                                                    {"volatile", make_key},
+                                                    {"delete", delete_key},
+                                                    {"set", set_text},
+                                                    {"large", set_large},
+                                                    {"get", get_text},
+                                                    {"names", count_names},
+                                                    {"copy", copy_file},
+                                                    {"rename", rename_file},
+                                                    {"kill", kill_process},
+                                                    {"busy", keep_busy},
+                                                    {"remove", remove_file},
+                                                    {"chmod", change_mode},
+                                                    {"chdir", change_folder},
+                                                    {"umask", change_mask},
+                                                    {"setenv", change_variable},
+                                                    {"backup", backup},
+                                                    {"number", set_number},
+                                                    {"log", write_log},
+                                                    {"await", await},
+                                                    {"end", end},
+                                                    {"killed-at-rename", die_at_rename}};
   std::string line = all.at(step[0])(step) + "\n";
   [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, line.data(), line.size());
 }
