@@ -50,6 +50,12 @@ bool is_put_back(Connection& connection, const Hive_Mark& in_file) {
 
 // A hive that was put back gets a number above that of the file, whose image it shall replace on every host.
 Status outrank(Hive& hive, const Hive_Mark& in_file) {
+  bool put_back = false;
+  const auto look = [&](Connection& connection) {
+    put_back = is_put_back(connection, in_file);
+    return connection.status();
+  };
+  if (Status status = hive.read(look); status != Status::ok || !put_back) return status;
   return hive.write_aside([&](Connection& connection) {
     if (!is_put_back(connection, in_file)) return Status::ok;
     return set_meta(connection, "number", static_cast<std::int64_t>(in_file.number) + 1);
@@ -62,6 +68,8 @@ Status Registry::user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
   std::shared_ptr<Hive> user = parts_->hives.user();
   if (user == nullptr) return Status::io_failed;
+  const Hive_Mark in_file = mark_in(parts_->hives.user_image_file());
+  if (Status status = outrank(*user, in_file); status != Status::ok) return status;
   Hive_Source source(*user);
   return make_user_image(source, out_image);
 }
@@ -75,16 +83,13 @@ Status Registry::closing_user_image(std::vector<unsigned char>* out_image) {
   const Hive_Mark in_file = mark_in(parts_->hives.user_image_file());
   Image_Head head;
   bool changed = false;
-  bool put_back = false;
-  const auto look = [&](Connection& connection) {
+  Status status = outrank(*user, in_file);
+  if (status != Status::ok) return status;
+  status = user->read([&](Connection& connection) {
     head = image_head(connection);
     changed = changed_since_import(connection);
-    put_back = is_put_back(connection, in_file);
     return connection.status();
-  };
-  Status status = user->read(look);
-  if (status == Status::ok && put_back) status = outrank(*user, in_file);
-  if (status == Status::ok && put_back) status = user->read(look);
+  });
   if (status != Status::ok || head.self.number == 0) return status;
   if (!changed && carries_image(parts_->hives.user_image_file(), head.base)) return Status::ok;
   Hive_Source source(*user);
