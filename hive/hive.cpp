@@ -53,6 +53,13 @@ Status Hive::write(Transaction_Body body) {
   });
 }
 
+void Hive::note_orderly_end() {
+  std::unique_lock lock(opening_mutex());
+  Store* store = store_;
+  lock.unlock();
+  if (store != nullptr && !is_private()) store->note_orderly_end();
+}
+
 Status Hive::run(Access access, Transaction_Body body) {
   Back_Off back_off;
   Findings findings;

@@ -27,6 +27,8 @@ class Hive {
   // Without a transaction.
   Status use(Transaction_Body body) { return run(Access::bare, body); }
 
+  void note_orderly_end();
+
   const std::string& path() const { return path_; }
   bool is_private() const { return path_.empty(); }
 

@@ -30,8 +30,8 @@ void count_units_of(sqlite3_context* context, int, sqlite3_value** arguments) {
   sqlite3_result_int64(context, static_cast<sqlite3_int64>(count_units(stored)));
 }
 
-// A path as SQLite's URI for a file that nobody changes.
-std::string immutable_uri(const std::string& file) {
+// A path as SQLite's URI.
+std::string uri_of(const std::string& file, const char* parameter) {
   constexpr const char* digits = "0123456789abcdef";
   std::string uri = "file:";
   for (char c : file) {
@@ -42,7 +42,7 @@ std::string immutable_uri(const std::string& file) {
       uri += c;
     }
   }
-  return uri + "?immutable=1";
+  return uri + parameter;
 }
 
 struct Target {
@@ -54,7 +54,9 @@ Target target_of(const std::string& file, Connection::Mode mode) {
   constexpr int common = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
   switch (mode) {
     case Connection::Mode::immutable:
-      return {immutable_uri(file), common | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI};
+      return {uri_of(file, "?immutable=1"), common | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI};
+    case Connection::Mode::reading:
+      return {uri_of(file, "?readonly_shm=1"), common | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI};
     case Connection::Mode::memory:
       return {":memory:", common | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_MEMORY};
     default:

@@ -33,6 +33,7 @@ class Connection {
     shared,     // a hive among other processes; what is forbidden to write is opened for reading
     immutable,  // a hive that nobody has open for writing
     fresh,      // a file that this process has just made
+    reading,    // a hive, maybe of others, that is only read: no file of it is made or changed
     memory,     // private to the process
   };
 

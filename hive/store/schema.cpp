@@ -12,6 +12,7 @@
 #include "hive/clock.h"
 #include "hive/store/meta.h"
 #include "hive/store/transaction.h"
+#include "hive/store/version.h"
 
 namespace hive {
 namespace {
@@ -58,7 +59,7 @@ Status judge(const Header& header, std::size_t size, File_Look* out, std::string
     return Status::not_a_hive;
   }
   if (big_endian(header, version_place) > schema_version) {
-    *reason = "this library knows versions up to " + std::to_string(schema_version);
+    *reason = newer_version_text();
     return Status::newer_version;
   }
   out->has_log = header[log_place] == log_written;

@@ -14,8 +14,6 @@ inline constexpr std::int64_t users_key = 2;          // machine hive: the root 
 inline constexpr std::int64_t default_user_key = 3;   // machine hive: HKEY_USERS\.DEFAULT
 inline constexpr std::int64_t first_free_key = 1000;  // keys below it are made with the hive
 
-inline constexpr std::uint32_t schema_version = 1;
-
 // What the first bytes of a file say.
 struct File_Look {
   bool empty = false;    // a hive is yet to be made of it
