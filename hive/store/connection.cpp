@@ -87,7 +87,7 @@ Status Connection::open(const std::string& file, Mode mode, std::unique_ptr<Conn
 }
 
 Status Connection::set_up(std::string* reason) {
-  int keep_log = 1;
+  int keep_log = mode_ == Mode::alone ? 0 : 1;
   sqlite3_file_control(db_, "main", SQLITE_FCNTL_PERSIST_WAL, &keep_log);
   for (int off : {SQLITE_DBCONFIG_TRUSTED_SCHEMA, SQLITE_DBCONFIG_DQS_DDL, SQLITE_DBCONFIG_DQS_DML,
                   SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW}) {
@@ -97,6 +97,7 @@ Status Connection::set_up(std::string* reason) {
   int code = sqlite3_create_function(db_, "units", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, &count_units_of,
                                      nullptr, nullptr);
   if (code != SQLITE_OK) note(code);
+  if (mode_ == Mode::alone) run_text("PRAGMA locking_mode = EXCLUSIVE");
   run_text(settings);
   read_only_ = sqlite3_db_readonly(db_, "main") == 1;
   if (failure_.code != 0) *reason = text_of(failure_);

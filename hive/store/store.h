@@ -14,6 +14,7 @@
 #include "hive/store/connection.h"
 #include "hive/store/presence.h"
 #include "hive/store/queue.h"
+#include "hive/store/schema.h"
 #include "hive/store/transaction.h"
 #include "hive/store/unclean_end.h"
 
@@ -74,7 +75,7 @@ class Store {
   Status open(const Hive_Traits& traits, Findings& findings);
   Status open_file(const Hive_Traits& traits, Findings& findings);
   Status open_in_presence(const Hive_Traits& traits, Findings& findings);
-  Status open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings);
+  Status open_shared(const File_Look& look, const Hive_Traits& traits, Findings& findings);
   Status prepare_content(const Hive_Traits& traits, Findings& findings);
   Status look_through(Connection& connection, std::uint32_t version, Findings& findings);
   Status complete(const Hive_Traits& traits, Findings& findings);

@@ -82,7 +82,7 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   if (look.has_log && has_no_log() && !may_write()) {
     status = Connection::open(file_, Connection::Mode::immutable, &connection_, &findings.reason);
   } else {
-    status = open_shared(look.empty, look.has_log, traits, findings);
+    status = open_shared(look, traits, findings);
   }
   if (status != Status::ok) return status;
   // Replaced since its path was asked: the next attempt finds the other one.
@@ -94,16 +94,20 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   return status;
 }
 
-Status Store::open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings) {
-  Status status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
+Status Store::open_shared(const File_Look& look, const Hive_Traits& traits, Findings& findings) {
+  Status status = Status::ok;
+  if (look.has_log && !look.shares_memory) status = give_up_log(file_, &findings.reason);
+  if (status != Status::ok) return status;
+  status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  if (empty && connection_->read_only()) {
+  if (look.empty && connection_->read_only()) {
     findings.reason = "an empty file that may not be written";
     return Status::denied;
   }
-  if (empty) status = make_hive(*connection_, traits.root_mode);
-  if (status == Status::ok && !has_log && !connection_->read_only()) status = use_log(*connection_);
+  if (look.empty) status = make_hive(*connection_, traits.root_mode);
+  bool may_have_log = look.shares_memory && !connection_->read_only();
+  if (status == Status::ok && !look.has_log && may_have_log) status = use_log(*connection_);
   if (status != Status::ok) findings.reason = text_of(connection_->failure());
   return status;
 }
