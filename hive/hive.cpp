@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 #include "hive/store/fork.h"
 #include "hive/store/meta.h"
@@ -95,6 +96,7 @@ Status Hive::find_store(Store** out, Findings& findings) {
     std::lock_guard lock(opening_mutex());
     if (store_ == nullptr || !(store_->identity() == identity)) {
       former = store_;
+      said_of_damage_.clear();
       store_ = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
     }
     *out = store_;
@@ -165,6 +167,7 @@ std::string Hive::line_to_say(Access access, Status status, const std::string& r
     return {};
   }
   std::string line = (is_private() ? "private hive" : path_) + ": " + text_of(status) + " (" + reason + ")";
+  if (status == Status::damaged && line == std::exchange(said_of_damage_, line)) return {};
   if (line == said_[0] || line == said_[1]) return {};
   said_[say(access)] = line;
   silent_ = false;

@@ -46,6 +46,7 @@ class Hive {
   Complain complain_;
   Store* store_ = nullptr;           // guarded by the opening mutex, as is what was said
   std::string said_[2];              // by access; empty while the hive works
+  std::string said_of_damage_;       // of the file that stands there: parts of it may work in between
   std::atomic<bool> silent_ = true;  // nothing was said
 };
 
