@@ -28,6 +28,12 @@ std::int64_t birth_of(const std::string& file) {
   return found.stx_btime.tv_sec * nanoseconds + found.stx_btime.tv_nsec;
 }
 
+// Whether the path is where something is mounted; false where the system does not tell.
+bool is_mounted_alone(const std::string& file) {
+  struct statx found;
+  return statx(AT_FDCWD, file.c_str(), 0, 0, &found) == 0 && (found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 bool writable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0; }
 
 }  // namespace
@@ -72,6 +78,10 @@ Status Store::open_in_presence(const Hive_Traits& traits, Findings& findings) {
 
 Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   took_log_over();
+  if (is_mounted_alone(file_)) {
+    findings.reason = "the file is mounted alone, and its log could lie elsewhere";
+    return Status::not_a_hive;
+  }
   File_Look look;
   Status status = look_at_file(file_, &look, &findings.reason);
   if (status != Status::ok) return status;
