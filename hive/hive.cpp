@@ -26,11 +26,14 @@ std::string real_path(const std::string& path) {
   return result;
 }
 
-// The folders above a file, as far as they are missing. What fails is found when the file is made.
-void make_folders(const std::string& file) {
+// The folders above a file, as far as they are missing. errno of the first that cannot be made, else 0.
+int make_folders(const std::string& file) {
+  int failed = 0;
   for (std::size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1)) {
-    mkdir(file.substr(0, slash).c_str(), folder_mode);
+    bool stands = mkdir(file.substr(0, slash).c_str(), folder_mode) == 0 || errno == EEXIST;
+    if (!stands && failed == 0) failed = errno;
   }
+  return failed;
 }
 
 }  // namespace
@@ -133,11 +136,12 @@ Status Hive::find_file(struct stat* out, std::string* reason) {
 // which would take that opener's locks away.
 Status Hive::make_file(std::string* reason) {
   std::lock_guard lock(opening_mutex());
-  make_folders(path_);
+  int no_folder = make_folders(path_);
   int fd = above_standard(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, traits_.file_mode));
   if (fd < 0) {
     int error = errno;
     if (error == EEXIST) return Status::ok;
+    if (error == ENOENT && no_folder != 0) error = no_folder;
     *reason = text_of_errno(error);
     return status_of_errno(error);
   }

@@ -47,7 +47,8 @@ struct Version : testing::Test {
   Status take(std::span<const char* const> steps) {
     std::unique_ptr<Connection> connection;
     std::string reason;
-    EXPECT_EQ(Connection::open(file, Connection::Mode::shared, &connection, &reason), Status::ok);
+    Status opened = Connection::open(file, Connection::Mode::shared, &connection, &reason);
+    if (opened != Status::ok) return opened;
     Connection::Use use(*connection);
     return hive::in_transaction(*connection, hive::Access::write,
                                 [&](Connection& hive) { return hive::bring_up_to_date(hive, steps); });
