@@ -8,6 +8,7 @@
 
 #include "hive/registry.h"
 #include "hive/store/store.h"
+#include "hive/watch/watch_post.h"
 
 namespace hive {
 
@@ -27,6 +28,9 @@ class Hive {
   // Without a transaction.
   Status use(Transaction_Body body) { return run(Access::bare, body); }
 
+  // From where this process watches its keys.
+  Watch_Post& watch_post() { return *watch_post_; }
+
   const std::string& path() const { return path_; }
   bool is_private() const { return path_.empty(); }
 
@@ -42,6 +46,7 @@ class Hive {
   std::string path_;
   Hive_Traits traits_;
   Complain complain_;
+  const std::shared_ptr<Watch_Post> watch_post_;
   Store* store_ = nullptr;           // guarded by the opening mutex, as is what was said
   std::string said_[2];              // by access; empty while the hive works
   std::atomic<bool> silent_ = true;  // nothing was said

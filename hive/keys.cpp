@@ -7,6 +7,7 @@
 #include "hive/name.h"
 #include "hive/store/statement.h"
 #include "hive/tree.h"
+#include "hive/watch/change_log.h"
 
 namespace hive {
 namespace {
@@ -57,6 +58,7 @@ Status note_new_child(Connection& connection, std::int64_t parent, const Key_Row
   changed.bind(4, row.children + 1);
   changed.bind(5, std::max(row.max_child_units, units(child.folded)));
   changed.bind(6, std::max(row.max_class_units, units(child.class_name)));
+  log_change(connection, parent, way_name);
   return changed.run();
 }
 
@@ -180,6 +182,7 @@ Status remove_key(Connection& connection, std::int64_t key) {
   if (row.children > 0) return Status::has_children;
   Statement(connection, Query::drop_large_of_key).bind(1, key).run();
   Statement(connection, Query::drop_key).bind(1, key).run();
+  log_removal(connection, key, row.parent);
   return note_lost_child(connection, row.parent, row);
 }
 

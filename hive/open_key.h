@@ -37,6 +37,9 @@ class Open_Key {
   // Touched only within transactions of the hive, one at a time.
   Position keys;
   Position values;
+
+  Watch_Handle watching;
+  Watch_Handle watching_user;  // the user's hive, for the keys below HKEY_USERS
 };
 
 }  // namespace hive

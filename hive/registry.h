@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "hive/status.h"
+#include "hive/watch/watch.h"
 
 namespace hive {
 
@@ -112,6 +113,11 @@ class Registry {
 
   // Durable on the disk: everything written to the key's hive so far.
   Status flush(const Key& key);
+  // Tells the target once of the next change of the key, or with subtree also of the keys below it, in one of the ways
+  // of the filter; or when the key is removed or the last reference to this Key goes. What has changed since the last
+  // call for this Key was told is told at once. At most about a second late when the process that made the change was
+  // killed. unsupported where nothing ever changes.
+  Status watch(const Key& key, bool subtree, Ways filter, std::shared_ptr<Watch_Target> target);
   // The key and all below it as a new hive file; the file must not stand.
   Status save(const Key& key, const std::string& file);
   // Every hive that is open or stands, consistent, into a folder (made when missing): "machine.hive" and

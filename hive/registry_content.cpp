@@ -8,6 +8,7 @@
 #include "hive/store/statement.h"
 #include "hive/text_out.h"
 #include "hive/values.h"
+#include "hive/watch/change_log.h"
 
 namespace hive {
 namespace {
@@ -129,6 +130,7 @@ Status Registry::set_rights(const Key& key, const std::uint32_t* mode, const std
     mode != nullptr ? set.bind(3, *mode) : set.bind_null(3);
     owner != nullptr ? set.bind(4, *owner) : set.bind_null(4);
     group != nullptr ? set.bind(5, *group) : set.bind_null(5);
+    log_change(connection, number, way_attributes | way_security);
     return set.run();
   });
 }

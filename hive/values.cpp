@@ -8,6 +8,7 @@
 #include "hive/clock.h"
 #include "hive/keys.h"
 #include "hive/name.h"
+#include "hive/watch/change_log.h"
 
 namespace hive {
 namespace {
@@ -36,6 +37,7 @@ Status note_change(Connection& connection, std::int64_t key, const Key_Row& row)
   Statement changed(connection, Query::values_changed);
   changed.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
   changed.bind(4, row.values).bind(5, row.max_value_name_units).bind(6, row.max_value_size);
+  log_change(connection, key, way_last_set);
   return changed.run();
 }
 

@@ -27,6 +27,12 @@ enum class Query {
   count
 };
 
+// Whether changes were logged, and whether the log is to be looked after.
+struct Logged_Changes {
+  bool any = false;
+  bool cut_is_due = false;
+};
+
 class Connection {
  public:
   enum class Mode {
@@ -85,6 +91,12 @@ class Connection {
   // Of the hive that this connection is to; known before the first operation on its content.
   Hive_Identity identity{};
 
+  // What the transaction at hand has added to the log of changes, see hive/watch/change_log.h.
+  Logged_Changes logged;
+
+  // Tells this connection from every other of the process.
+  std::uint64_t serial() const { return serial_; }
+
   // Volatile keys of an earlier run of the machine are still in the hive and must not be shown.
   bool shows_volatile = true;
 
@@ -105,6 +117,7 @@ class Connection {
   Failure failure_;
   Id_Block ids_;
   Id_Block kept_ids_;
+  std::uint64_t serial_ = 0;
   pid_t process_ = 0;
   Mode mode_ = Mode::shared;
   bool read_only_ = false;

@@ -78,7 +78,10 @@ Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body bod
   Status status = ready(access, traits, findings);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  return finish_run(in_transaction(*connection_, access, body), findings);
+  connection_->logged = {};
+  status = in_transaction(*connection_, access, body);
+  findings.logged = connection_->logged;
+  return finish_run(status, findings);
 }
 
 // Drops what cannot be kept: a connection that failed, and one that is only good while nobody writes.
