@@ -5,6 +5,8 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+
 inline namespace kelvane {
 
 class Own_Descriptor {
@@ -27,6 +29,7 @@ class Own_Descriptor {
 
  private:
   int fd_;
+  std::uint32_t id_ = 0; /* of this owner among those that the number had */
   dev_t device_ = 0;
   ino_t inode_ = 0;
   int mark_ = 0;

@@ -160,4 +160,23 @@ TEST(Handle, WhoseDescriptorTheProgramHasClosedIsRefusedAndTouchesNoFileOfItsOwn
   EXPECT_EQ(open_event("daemon"), nullptr);
 }
 
+TEST(Handle, WhoseDescriptorTheProgramHasClosedIsNotTakenForTheNextOneOfItsNumber) {
+  const auto child = run_child([] {
+    const HANDLE old_events[] = {make_event(true, true), make_event(true, true, "number")};
+    for (int fd = 3; fd < 256; ++fd) close(fd);
+    const HANDLE new_events[] = {make_event(true, false), make_event(true, false, "number")};
+    for (HANDLE event : old_events) {
+      if (SetEvent(event) != FALSE || look_at(event) != WAIT_FAILED || CloseHandle(event) != TRUE) _exit(1);
+    }
+    for (HANDLE event : new_events) {
+      if (look_at(event) != WAIT_TIMEOUT || SetEvent(event) != TRUE || look_at(event) != 0) _exit(2);
+    }
+    const HANDLE found = open_event("number");
+    for (HANDLE event : {found, new_events[0], new_events[1]}) {
+      if (CloseHandle(event) != TRUE) _exit(3);
+    }
+  });
+  EXPECT_EQ(child.exit_status, 0);
+}
+
 }  // namespace
