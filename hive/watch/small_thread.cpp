@@ -12,7 +12,11 @@ namespace {
 // What SQLite and a tree of keys need, with room for tools that make frames larger.
 constexpr std::size_t stack_size = 256 * 1024;
 
+// As tools show it.
+constexpr const char* thread_name = "registry-watch";
+
 void* run(void* body) {
+  pthread_setname_np(pthread_self(), thread_name);
   std::unique_ptr<std::function<void()>> owned(static_cast<std::function<void()>*>(body));
   (*owned)();
   return nullptr;

@@ -11,6 +11,7 @@ namespace hive {
 namespace {
 
 constexpr mode_t permission_bits = 0777;
+constexpr int open_flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 constexpr off_t smallest_file = Watch_Word::file_size;
 
 std::string real_path(const std::string& path) {
@@ -34,11 +35,10 @@ int make_file(const std::string& hive_file, const std::string& file) {
 }
 
 int open_file(const std::string& hive_file, const std::string& file, bool make) {
-  constexpr int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-  int fd = above_standard(::open(file.c_str(), flags));
+  int fd = above_standard(::open(file.c_str(), open_flags));
   if (fd >= 0 || errno != ENOENT || !make) return fd;
   fd = make_file(hive_file, file);
-  return fd < 0 && errno == EEXIST ? above_standard(::open(file.c_str(), flags)) : fd;
+  return fd < 0 && errno == EEXIST ? above_standard(::open(file.c_str(), open_flags)) : fd;
 }
 
 bool has_size(int fd, const struct stat& file) {
@@ -122,15 +122,25 @@ bool Watch_File::open(bool make) {
   if (fd_ < 0) return false;
   if (fstat(fd_, &file) == 0 && has_size(fd_, file)) {
     opened_ = {file.st_dev, file.st_ino};
-    auto word = std::make_shared<Watch_Word>(fd_);
-    if (word->is_good()) {
-      word_ = std::move(word);
-      return true;
-    }
+    if (map_word()) return true;
   }
   ::close(fd_);
   fd_ = -1;
   return false;
+}
+
+// Through a descriptor of its own: what is mapped keeps its open file, and would keep the lock with it, in a forked child
+// too.
+bool Watch_File::map_word() {
+  struct stat file;
+  const int fd = above_standard(::open(file_.c_str(), open_flags));
+  if (fd < 0) return false;
+  const bool is_same = fstat(fd, &file) == 0 && File_Identity{file.st_dev, file.st_ino} == opened_;
+  auto word = is_same ? std::make_shared<Watch_Word>(fd) : nullptr;
+  ::close(fd);
+  if (word == nullptr || !word->is_good()) return false;
+  word_ = std::move(word);
+  return true;
 }
 
 // Where the file lies: beside the hive itself, also when a link leads there.

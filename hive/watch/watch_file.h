@@ -44,6 +44,7 @@ class Watch_File {
  private:
   void find();
   bool open(bool make);
+  bool map_word();
   bool is_open() const;
   bool leads_here() const;
   bool lock_byte();

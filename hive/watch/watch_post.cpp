@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "hive/hive.h"
+#include "hive/store/meta.h"
 #include "hive/watch/small_thread.h"
 #include "hive/watch/watch_forks.h"
 
@@ -40,8 +41,9 @@ bool may_write(const Hive& hive) {
   return hive.is_private() || faccessat(AT_FDCWD, hive.path().c_str(), W_OK, AT_EACCESS) == 0;
 }
 
-// Another one after each change by another connection.
+// Another one after each change by another connection, once the transaction has begun to read.
 std::uint32_t version_of(Connection& connection) {
+  meta_number(connection, "next_id");
   std::uint32_t version = 0;
   sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
   return version;
