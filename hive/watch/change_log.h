@@ -47,9 +47,9 @@ Status cut_change_log(Connection& connection, const std::vector<std::int64_t>& w
 
 // What a watcher finds in the log.
 struct Log_Part {
-  bool is_known = false;     // the watcher's row is there
+  bool is_known = false;      // the watcher's row is there
   std::int64_t position = 0;  // what it says
-  std::int64_t oldest = 0;   // numbers of the log's ends; 0 when it is empty
+  std::int64_t oldest = 0;    // numbers of the log's ends; 0 when it is empty
   std::int64_t newest = 0;
   std::vector<Change> changes;  // those after the given number
 };

@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <signal.h>
 
+#include <cerrno>
 #include <memory>
 
 namespace hive {
@@ -16,7 +17,6 @@ constexpr std::size_t stack_size = 256 * 1024;
 constexpr const char* thread_name = "registry-watch";
 
 void* run(void* body) {
-  pthread_setname_np(pthread_self(), thread_name);
   std::unique_ptr<std::function<void()>> owned(static_cast<std::function<void()>*>(body));
   (*owned)();
   return nullptr;
@@ -42,26 +42,19 @@ class Signals_Blocked {
 
 bool start_small_thread(std::function<void()> body) {
   auto owned = std::make_unique<std::function<void()>>(std::move(body));
-  pthread_attr_t attributes;
-  if (pthread_attr_init(&attributes) != 0) return false;
-  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-  pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(PTHREAD_STACK_MIN) + stack_size);
-  int failure = 0;
-  {
-    const Signals_Blocked blocked;
-    pthread_t thread;
-    failure = pthread_create(&thread, &attributes, &run, owned.get());
-    if (failure == EINVAL) {
-      // Thread-local storage is taken from the stack, and a program may have more of it than that.
-      pthread_attr_destroy(&attributes);
-      pthread_attr_init(&attributes);
-      pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-      failure = pthread_create(&thread, &attributes, &run, owned.get());
-    }
-  }
-  pthread_attr_destroy(&attributes);
+  pthread_attr_t small;
+  if (pthread_attr_init(&small) != 0) return false;
+  pthread_attr_setstacksize(&small, static_cast<std::size_t>(PTHREAD_STACK_MIN) + stack_size);
+  const Signals_Blocked blocked;
+  pthread_t thread;
+  int failure = pthread_create(&thread, &small, &run, owned.get());
+  // Thread-local storage is taken from the stack, and a program may have more of it than that.
+  if (failure == EINVAL) failure = pthread_create(&thread, nullptr, &run, owned.get());
+  pthread_attr_destroy(&small);
   if (failure != 0) return false;
   owned.release();
+  pthread_setname_np(thread, thread_name);
+  pthread_detach(thread);
   return true;
 }
 

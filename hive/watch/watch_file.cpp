@@ -129,8 +129,8 @@ bool Watch_File::open(bool make) {
   return false;
 }
 
-// Through a descriptor of its own: what is mapped keeps its open file, and would keep the lock with it, in a forked child
-// too.
+// Through a descriptor of its own: what is mapped keeps its open file, and would keep the lock with it, in a forked
+// child too.
 bool Watch_File::map_word() {
   struct stat file;
   const int fd = above_standard(::open(file_.c_str(), open_flags));

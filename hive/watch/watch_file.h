@@ -1,9 +1,9 @@
-// The file beside a hive through which its watchers and its writers meet, with the hive's own mode and nothing in it but
-// a number: the word that watchers sleep on. A watcher that lives holds an exclusive lock on the byte of the file that
-// its id names, so that what a killed one left in the hive can be told.
+// The file beside a hive through which its watchers and its writers meet, with the hive's own mode and nothing in it
+// but a number: the word that watchers sleep on. A watcher that lives holds an exclusive lock on the byte of the file
+// that its id names, so that what a killed one left in the hive can be told.
 //
-// The lock belongs to the open file: no other descriptor of the file can drop it, and a forked child lets go of its copy
-// at once. A private hive has no file; its word is the process's own.
+// The lock belongs to the open file: no other descriptor of the file can drop it, and a forked child lets go of its
+// copy at once. A private hive has no file; its word is the process's own.
 #pragma once
 
 #include <cstdint>

@@ -19,9 +19,8 @@ DWORD KvIRegNotifyChangeKeyValue(HKEY key, BOOL subtree, DWORD filter, HANDLE ev
   const DWORD ways = filter & REG_LEGAL_CHANGE_FILTER;
   if (ways == 0 || (filter & ~known_filter) != 0) return ERROR_INVALID_PARAMETER;
   if (asynchronous && event == nullptr) return ERROR_INVALID_PARAMETER;
-  return impl::answer([&] {
-    return impl::registry_service().watch_key(key, subtree != FALSE, ways, asynchronous ? event : nullptr);
-  });
+  return impl::answer(
+      [&] { return impl::registry_service().watch_key(key, subtree != FALSE, ways, asynchronous ? event : nullptr); });
 }
 
 int KvIRequestNotification(int, int, int) { return 0; }

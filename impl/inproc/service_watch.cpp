@@ -11,9 +11,8 @@ static_assert(hive::way_name == REG_NOTIFY_CHANGE_NAME && hive::way_attributes =
 
 DWORD Inproc_Service::watch_for(HKEY key, bool subtree, DWORD filter, std::shared_ptr<hive::Watch_Target> target) {
   if (root_of(key) == hive::Root::performance) return ERROR_INVALID_HANDLE;  // nothing is there to change
-  return with_key(key, KEY_NOTIFY, [&](const hive::Key& at, DWORD) {
-    return registry_.watch(at, subtree, filter, std::move(target));
-  });
+  return with_key(key, KEY_NOTIFY,
+                  [&](const hive::Key& at, DWORD) { return registry_.watch(at, subtree, filter, std::move(target)); });
 }
 
 // The key's handle is free while the call waits: another thread may close it, which ends the waiting.

@@ -94,7 +94,8 @@ TEST_F(Watching, ManyWatchersMissNothingOfManyWriters) {
   for (int i = 0; i < writers; ++i) {
     begin([i](Registry& other, const Key& at) {
       bool done = true;
-      for (int n = 0; n < writes; ++n) done = done && put(other, at, i == 0 ? u"w0" : u"w1", std::to_string(n)) == Status::ok;
+      for (int n = 0; n < writes; ++n)
+        done = done && put(other, at, i == 0 ? u"w0" : u"w1", std::to_string(n)) == Status::ok;
       return done;
     });
   }
@@ -382,8 +383,7 @@ TEST_F(Watching_Reader, IsToldOfEachWayThatItAskedFor) {
         let_root_act();
         return right && rights->wait();
       },
-      {[&] { EXPECT_EQ(put(*registry, key, u"v", "1"), Status::ok); },
-       [&] { make_key(*registry, key, u"sub"); },
+      {[&] { EXPECT_EQ(put(*registry, key, u"v", "1"), Status::ok); }, [&] { make_key(*registry, key, u"sub"); },
        [&] { EXPECT_EQ(registry->set_rights(key, &mode, nullptr, nullptr), Status::ok); }});
 }
 
@@ -405,8 +405,7 @@ TEST_F(Watching_Reader, SeesKeysBelowWithSubtreeOnly) {
         let_root_act();
         return right && tree->wait() && alone->count() == 0;
       },
-      {[&] { EXPECT_EQ(put(*registry, deep, u"v", "1"), Status::ok); },
-       [&] { make_key(*registry, deep, u"d"); },
+      {[&] { EXPECT_EQ(put(*registry, deep, u"v", "1"), Status::ok); }, [&] { make_key(*registry, deep, u"d"); },
        [&] { EXPECT_EQ(registry->remove(deep, u"d"), Status::ok); }});
 }
 

@@ -244,7 +244,9 @@ TEST_F(Watch, NothingEverChangesBelowARootThatHasNothing) {
 
 struct Watch_Thread : Watch {
   // The threads of former tests have ended.
-  void SetUp() override { ASSERT_TRUE(becomes([] { return watching_threads() == 0; })); }
+  void SetUp() override {
+    ASSERT_TRUE(becomes([] { return watching_threads() == 0; }));
+  }
 };
 
 TEST_F(Watch_Thread, IsThereOnlyWhileACallWaits) {
