@@ -186,6 +186,17 @@ TEST_F(Watching, GoesOnWhenTheFileBesideTheHiveIsRemoved) {
   EXPECT_TRUE(probe->wait());
 }
 
+TEST_F(Watching, FollowsNoLinkInPlaceOfTheFileBesideTheHive) {
+  std::ofstream(folder / "victim") << "mine";
+  std::filesystem::create_symlink(folder / "victim", folder / "machine.bin-watch");
+  Probe_Ref probe = watch(*registry, key, true, way_last_set);  // by comparing
+  ASSERT_EQ(put(*registry, key, u"v", "1"), Status::ok);
+  EXPECT_TRUE(probe->wait());
+  std::string content;
+  std::getline(std::ifstream(folder / "victim"), content);
+  EXPECT_EQ(content, "mine");
+}
+
 TEST_F(Watching, TheFileBesideTheHiveHasTheHivesMode) {
   ASSERT_EQ(chmod((folder / "machine.bin").c_str(), 0664), 0);
   ASSERT_NE(watch(*registry, key, false, way_last_set), nullptr);
