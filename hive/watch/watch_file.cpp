@@ -65,7 +65,7 @@ bool Watch_File::enter(std::int64_t id) {
   std::lock_guard lock(mutex_);
   find();
   id_ = id;
-  if (hive_file_.empty() || (open(true) && lock_byte())) return true;
+  if (hive_file_.empty() || (open(true) && is_locked())) return true;
   id_ = 0;
   return false;
 }
@@ -74,8 +74,7 @@ bool Watch_File::keep() {
   std::lock_guard lock(mutex_);
   if (id_ == 0) return false;
   find();
-  if (hive_file_.empty() || (is_open() && leads_here())) return true;
-  return open(true) && lock_byte();
+  return hive_file_.empty() || (open(true) && is_locked());
 }
 
 void Watch_File::leave() {
@@ -96,7 +95,9 @@ bool Watch_File::is_alive(std::int64_t id) {
   std::lock_guard lock(mutex_);
   if (id == id_) return true;
   find();
-  if (hive_file_.empty() || !open(false)) return false;
+  if (hive_file_.empty()) return false;
+  // A file that is there and cannot be used says nothing.
+  if (!open(false)) return access(file_.c_str(), F_OK) == 0;
   struct flock byte = byte_of(id);
   return fcntl(fd_, F_OFD_GETLK, &byte) == 0 && byte.l_type != F_UNLCK;
 }
@@ -113,9 +114,15 @@ void Watch_File::after_fork_in_child() {
   mutex_.unlock();
 }
 
-// The file that stands beside the hive now, and its word.
+// The file that stands beside the hive now, and its word. A watcher takes its lock in it.
 bool Watch_File::open(bool make) {
-  if (is_open() && leads_here()) return true;
+  const bool is_right = is_open() && leads_here();
+  if (!is_right && !open_anew(make)) return false;
+  if (id_ != 0 && !is_locked()) lock_byte();
+  return true;
+}
+
+bool Watch_File::open_anew(bool make) {
   close_file();
   struct stat file;
   fd_ = open_file(hive_file_, file_, make);
@@ -162,15 +169,16 @@ bool Watch_File::leads_here() const {
   return stat(file_.c_str(), &now) == 0 && File_Identity{now.st_dev, now.st_ino} == opened_;
 }
 
-bool Watch_File::lock_byte() {
+void Watch_File::lock_byte() {
   struct flock byte = byte_of(id_);
-  return fcntl(fd_, F_OFD_SETLK, &byte) == 0;
+  if (fcntl(fd_, F_OFD_SETLK, &byte) == 0) locked_id_ = id_;
 }
 
 void Watch_File::close_file() {
   struct stat now;
   if (fd_ >= 0 && fstat(fd_, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == opened_) ::close(fd_);
   fd_ = -1;
+  locked_id_ = 0;
 }
 
 }  // namespace hive

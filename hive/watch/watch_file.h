@@ -44,10 +44,12 @@ class Watch_File {
  private:
   void find();
   bool open(bool make);
+  bool open_anew(bool make);
   bool map_word();
   bool is_open() const;
   bool leads_here() const;
-  bool lock_byte();
+  void lock_byte();
+  bool is_locked() const { return locked_id_ == id_; }
   void close_file();
 
   std::mutex mutex_;  // nothing else is waited for while it is held
@@ -55,7 +57,8 @@ class Watch_File {
   std::string file_;
   int fd_ = -1;
   File_Identity opened_;
-  std::int64_t id_ = 0;  // 0: no watcher
+  std::int64_t id_ = 0;         // 0: no watcher
+  std::int64_t locked_id_ = 0;  // whose lock the open file has
   std::shared_ptr<Watch_Word> word_;
 };
 

@@ -186,6 +186,23 @@ TEST_F(Watching, GoesOnWhenTheFileBesideTheHiveIsRemoved) {
   EXPECT_TRUE(probe->wait());
 }
 
+// The one who sees first that the file is gone may be the writer in the same process.
+TEST_F(Watching, IsNotTakenForDeadAfterTheFileBesideTheHiveWasReplaced) {
+  Probe_Ref probe = watch(*registry, key, false, way_security);
+  std::ofstream(folder / "other") << "something";
+  std::filesystem::rename(folder / "other", folder / "machine.bin-watch");
+  ASSERT_EQ(put(*registry, key, u"v", "1"), Status::ok);
+  ASSERT_EQ(elsewhere([](Registry& other, const Key& at) {
+              for (int i = 0; i < 70; ++i) {
+                if (put(other, at, u"v", "1") != Status::ok) return false;
+              }
+              return true;
+            }),
+            0);
+  EXPECT_EQ(in_hive("SELECT count(*) FROM watcher"), 1);
+  EXPECT_EQ(probe->count(), 0);
+}
+
 TEST_F(Watching, FollowsNoLinkInPlaceOfTheFileBesideTheHive) {
   std::ofstream(folder / "victim") << "mine";
   std::filesystem::create_symlink(folder / "victim", folder / "machine.bin-watch");
