@@ -28,6 +28,8 @@ class Hive {
   // Without a transaction.
   Status use(Transaction_Body body) { return run(Access::bare, body); }
 
+  void note_orderly_end();
+
   // From where this process watches its keys.
   Watch_Post& watch_post() { return *watch_post_; }
 
@@ -49,6 +51,7 @@ class Hive {
   const std::shared_ptr<Watch_Post> watch_post_;
   Store* store_ = nullptr;           // guarded by the opening mutex, as is what was said
   std::string said_[2];              // by access; empty while the hive works
+  std::string said_of_damage_;       // of the file that stands there: parts of it may work in between
   std::atomic<bool> silent_ = true;  // nothing was said
 };
 

@@ -107,6 +107,7 @@ Status Tree_Writer::begin_key(const Key_Record& key) {
   if (!is_child_name(key.name) || levels_.size() > max_key_depth || key.class_name.size() > max_class_units) {
     return Status::damaged;
   }
+  if (depth_ + levels_.size() > max_key_depth) return Status::invalid;
   if (has_row(connection_, Query::find_child, parent.key, folded)) return Status::damaged;
   std::string name = stored_form(key.name);
   std::string class_name = stored_form(key.class_name);

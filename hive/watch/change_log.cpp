@@ -79,6 +79,20 @@ void log_removal(Connection& connection, std::int64_t key, std::int64_t parent) 
   append(connection, way_removed, std::to_string(key) + " " + above);
 }
 
+// Who watches one of the keys that go needs no more of the chain than that key.
+void log_replacement(Connection& connection, std::int64_t key) {
+  if (!is_watched(connection)) return;
+  const std::string chain = chain_of(connection, key);
+  append(connection, all_ways, chain);
+  std::vector<std::int64_t> gone;
+  {
+    Statement below(connection, Query::states_below);
+    below.bind(1, key);
+    while (below.row()) gone.push_back(below.number(0));
+  }
+  for (std::int64_t each : gone) append(connection, way_removed, std::to_string(each) + " " + chain);
+}
+
 Status add_watcher(Connection& connection, std::int64_t id) {
   if (connection.run_text(tables) != Status::ok) return connection.status();
   Statement(connection, Query::add_watcher).bind(1, id).bind(2, newest_change(connection)).run();

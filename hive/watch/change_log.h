@@ -36,6 +36,8 @@ struct Change {
 void log_change(Connection& connection, std::int64_t key, Ways ways);
 // The same for a key that was removed.
 void log_removal(Connection& connection, std::int64_t key, std::int64_t parent);
+// The same for a key that becomes another one, while the keys below it, which go, are still there.
+void log_replacement(Connection& connection, std::int64_t key);
 
 // Makes a watcher known; its position is the end of the log.
 Status add_watcher(Connection& connection, std::int64_t id);

@@ -196,6 +196,23 @@ TEST_F(Watch, AFailedOrUnfinishedChangeIsNotTold) {
   EXPECT_EQ(probe->count(), 0);
 }
 
+TEST_F(Watch, LoadingAKeyIsToldAsEveryChangeOfItAndAsTheEndOfThoseBelow) {
+  Key sub = make_key(*registry, key, u"sub");
+  Key machine = root_of(*registry);
+  Key same = opened(*registry, machine, u"a");
+  ASSERT_EQ(registry->save(key, folder / "saved"), Status::ok);
+  Probe_Ref of_key = watch(*registry, key, false, way_security);
+  Probe_Ref names = watch(*registry, same, false, way_name);
+  Probe_Ref above = watch(*registry, machine, true, way_last_set);
+  Probe_Ref of_sub = watch(*registry, sub, false, way_security);
+  ASSERT_EQ(registry->load(machine, u"a", folder / "saved"), Status::ok);
+  EXPECT_TRUE(of_key->wait());
+  EXPECT_TRUE(names->wait());
+  EXPECT_TRUE(above->wait());
+  EXPECT_TRUE(of_sub->wait());
+  EXPECT_EQ(registry->watch(sub, false, all_ways, std::make_shared<Probe>()), Status::key_deleted);
+}
+
 TEST_F(Watch, WorksInAHiveThatIsPrivateToTheProcess) {
   auto own = std::make_unique<Registry>(std::make_unique<Fixed_Locations>("", "", ""), &note_complaint);
   Key user = root_of(*own, Root::current_user);
