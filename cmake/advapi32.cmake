@@ -10,6 +10,7 @@ set(KV_ADVAPI32_SOURCES
   bootstrap/heap_switch.cpp
   bootstrap/lstrncmpi.cpp
   bootstrap/module_name.cpp
+  bootstrap/object_heap.cpp
   bootstrap/registry_bind.cpp
   bootstrap/registry_table.cpp
   bootstrap/startup.cpp
@@ -23,6 +24,7 @@ set(KV_ADVAPI32_SOURCES
   log/stdout_logger.cpp
   log/system_log.cpp
   notify/input_idle.cpp
+  notify/notification.cpp
   parselib/profile.cpp
   registry/admin.cpp
   registry/admin_recursive.cpp
@@ -53,6 +55,7 @@ set(KV_ADVAPI32_SOURCES
   regserver/connect_lock.cpp
   regserver/exports.cpp
   thunks/mapping.cpp
+  thunks/window_procedures.cpp
 )
 
 add_library(advapi32_objects OBJECT ${KV_ADVAPI32_SOURCES})

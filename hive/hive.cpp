@@ -39,7 +39,10 @@ int make_folders(const std::string& file) {
 }  // namespace
 
 Hive::Hive(std::string path, Hive_Traits traits, Complain complain)
-    : path_(std::move(path)), traits_(std::move(traits)), complain_(complain) {
+    : path_(std::move(path)),
+      traits_(std::move(traits)),
+      complain_(complain),
+      watch_post_(std::make_shared<Watch_Post>(path_)) {
   if (!is_private()) return;
   std::lock_guard lock(opening_mutex());
   store_ = Store::attach_private();
@@ -73,6 +76,7 @@ Status Hive::run(Access access, Transaction_Body body) {
     status = attempt(access, body, back_off, findings);
   } while (status == Status::busy && back_off.pause());
   tell(access, status, findings);
+  if (status == Status::ok) watch_post_->tell(*this, findings.logged);
   return status;
 }
 

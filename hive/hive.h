@@ -8,6 +8,7 @@
 
 #include "hive/registry.h"
 #include "hive/store/store.h"
+#include "hive/watch/watch_post.h"
 
 namespace hive {
 
@@ -28,6 +29,9 @@ class Hive {
   Status use(Transaction_Body body) { return run(Access::bare, body); }
 
   void note_orderly_end();
+
+  // From where this process watches its keys.
+  Watch_Post& watch_post() { return *watch_post_; }
 
   // Whether what is held of it is true; null before its first use.
   const Coherence* coherence() const {
@@ -50,6 +54,7 @@ class Hive {
   std::string path_;
   Hive_Traits traits_;
   Complain complain_;
+  const std::shared_ptr<Watch_Post> watch_post_;
   std::atomic<Store*> store_ = nullptr;  // changed with the opening mutex held, which also guards what was said
   std::string said_[2];                  // by access; empty while the hive works
   std::string said_of_damage_;           // of the file that stands there: parts of it may work in between

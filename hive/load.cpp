@@ -4,6 +4,7 @@
 #include "hive/registry.h"
 #include "hive/store/schema.h"
 #include "hive/tree_copy.h"
+#include "hive/watch/change_log.h"
 
 namespace hive {
 
@@ -16,6 +17,7 @@ Status load_tree(Connection& connection, std::int64_t at, std::u16string_view pa
   status = read_key(connection, key, &row);
   if (status != Status::ok) return status;
   if (row.is_volatile) return Status::must_be_volatile;
+  log_replacement(connection, key);
   status = remove_content(connection, key);
   if (status != Status::ok) return status;
   Tree_Writer writer(connection, key, static_cast<std::size_t>(depth_of(connection, key)));

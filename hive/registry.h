@@ -17,6 +17,7 @@
 
 #include "hive/fault.h"
 #include "hive/status.h"
+#include "hive/watch/watch.h"
 
 namespace hive {
 
@@ -116,6 +117,13 @@ class Registry {
 
   // Durable on the disk: everything written to the key's hive so far.
   Status flush(const Key& key);
+  // Tells the target once of the next change of the key, or with subtree also of the keys below it, in one of the ways
+  // of the filter; or when the key is removed or the last reference to this Key goes. What has changed since the last
+  // call for this Key was told is told at once. At most about a second late when the process that made the change was
+  // killed. unsupported where nothing ever changes.
+  Status watch(const Key& key, bool subtree, Ways filter, std::shared_ptr<Watch_Target> target);
+  // The key's handle is closed, whoever still looks at it: who waits for changes is told.
+  void end_watches(const Key& key);
   // The key and all below it as a new hive file; the file must not stand.
   Status save(const Key& key, const std::string& file);
   // A hive file, such as a saved key or a backup, in the place of the key at a path, which is made when missing: all

@@ -9,6 +9,7 @@
 #include "hive/store/statement.h"
 #include "hive/text_out.h"
 #include "hive/values.h"
+#include "hive/watch/change_log.h"
 
 namespace hive {
 namespace {
@@ -125,12 +126,12 @@ Status Registry::set_rights(const Key& key, const std::uint32_t* mode, const std
   return parts_->write(key, [&](Connection& connection, std::int64_t number) {
     Status status = check_key(connection, number);
     if (status != Status::ok) return status;
-    connection.note_changed(number);
     Statement set(connection, Query::set_rights);
     set.bind(1, number).bind(2, connection.take_id());
     mode != nullptr ? set.bind(3, *mode) : set.bind_null(3);
     owner != nullptr ? set.bind(4, *owner) : set.bind_null(4);
     group != nullptr ? set.bind(5, *group) : set.bind_null(5);
+    log_change(connection, number, way_attributes | way_security);
     return set.run();
   });
 }

@@ -27,6 +27,9 @@ struct Registry::Parts {
 
   Status user_root(Key* out);
 
+  // One call for a key, kept in this handle of it.
+  Status watch(const Key& at, Watch_Handle& handle, const Watch_Call& call);
+
   Hives hives;
   const std::u16string user_name;  // the name of the user's hive below HKEY_USERS
 };

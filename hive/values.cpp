@@ -8,6 +8,7 @@
 #include "hive/clock.h"
 #include "hive/keys.h"
 #include "hive/name.h"
+#include "hive/watch/change_log.h"
 
 namespace hive {
 namespace {
@@ -33,10 +34,10 @@ std::uint32_t largest_of_values(Connection& connection, Query query, std::int64_
 }
 
 Status note_change(Connection& connection, std::int64_t key, const Key_Row& row) {
-  connection.note_changed(key);
   Statement changed(connection, Query::values_changed);
   changed.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
   changed.bind(4, row.values).bind(5, row.max_value_name_units).bind(6, row.max_value_size);
+  log_change(connection, key, way_last_set);
   return changed.run();
 }
 

@@ -95,6 +95,10 @@ class Registry_Service {
   virtual DWORD set_value(HKEY key, std::u16string_view name, DWORD type, const BYTE* data, DWORD size) = 0;
   virtual DWORD delete_value(HKEY key, std::u16string_view name) = 0;
 
+  // Tells of the next change of the key, or with subtree also of the keys below it, in a way of the filter (some of
+  // REG_LEGAL_CHANGE_FILTER): by signalling the event, or with a null one by coming back.
+  virtual DWORD watch_key(HKEY key, bool subtree, DWORD filter, HANDLE event) = 0;
+
   // Rights of the key at a path.
   virtual DWORD change_rights(HKEY key, std::u16string_view path, const Rights_Change& change) = 0;
   virtual DWORD describe_rights(HKEY key, std::u16string_view path, Rights_Facts* out_facts) = 0;

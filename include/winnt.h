@@ -88,6 +88,8 @@ typedef LPCSTR PCTSTR, LPCTSTR;
 #define REG_NOTIFY_CHANGE_LAST_SET 0x00000004u
 #define REG_NOTIFY_CHANGE_SECURITY 0x00000008u
 #define REG_LEGAL_CHANGE_FILTER 0x0000000Fu
+/* Allowed beside them; every watch is independent of the thread that asked for it. */
+#define REG_NOTIFY_THREAD_AGNOSTIC 0x10000000u
 
 /* Types of registry values. REG_SZ, REG_EXPAND_SZ and REG_MULTI_SZ are text; every other type is bytes. */
 #define REG_NONE 0u

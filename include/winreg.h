@@ -193,8 +193,23 @@ KV_EXPORT LSTATUS WINAPI RegSaveKeyA(HKEY key, LPCSTR file, LPSECURITY_ATTRIBUTE
 KV_EXPORT LSTATUS WINAPI RegSaveKeyW(HKEY key, LPCWSTR file, LPSECURITY_ATTRIBUTES security);
 
 /*
- * Tells of changes of a key, and of those below it with subtree; filter is made of REG_NOTIFY_ flags. With
- * asynchronous the event is signalled, otherwise the call waits.
+ * Tells of one change of a key, and of those below it with subtree. filter, not 0, is made of REG_NOTIFY_ flags: NAME
+ * (a sub-key was created or deleted), LAST_SET (a value was set or deleted), ATTRIBUTES and SECURITY (mode, owner or
+ * group were set). With asynchronous the call returns at once and the event is signalled, which the caller resets;
+ * otherwise event is not looked at and the call returns when there is something to tell.
+ *
+ * It also tells when the key is deleted, whatever the filter (the next call answers ERROR_KEY_DELETED), and when its
+ * handle is closed. To be told again the caller calls again with the same handle: what has changed since the former
+ * call was told is then told at once. A handle of the event may be closed meanwhile; the event is kept and signalled.
+ *
+ * A change of another process, of any user, is told like one's own; one whose writer was killed at that moment about a
+ * second later. Who may not write the hive is told within about a second and by comparing the key with what it was:
+ * also LAST_SET then tells of every other change. The calling thread may end; a forked child has no watch of its
+ * parent.
+ *
+ * ERROR_INVALID_PARAMETER (filter, or asynchronous without an event), ERROR_INVALID_HANDLE (the key, the event, or a
+ * root of performance data), ERROR_ACCESS_DENIED (a key without KEY_NOTIFY, an event without EVENT_MODIFY_STATE),
+ * ERROR_KEY_DELETED, ERROR_BUSY, ERROR_NOT_ENOUGH_MEMORY. The last error stays as it was.
  */
 KV_EXPORT LSTATUS WINAPI RegNotifyChangeKeyValue(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asynchronous);
 

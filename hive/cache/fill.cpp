@@ -1,5 +1,7 @@
 #include "hive/cache/fill.h"
 
+#include <sqlite3.h>
+
 #include "hive/cache/node_cache.h"
 #include "hive/name.h"
 #include "hive/store/statement.h"
@@ -72,6 +74,11 @@ bool reads_children(Connection& connection, std::int64_t key, Part wanted, const
   return is_worth_reading(connection, key, wanted == Part::all_children, node.facts.counts.sub_keys, max_kept_children);
 }
 
+// A list that is not as long as the key's row says is not whole, and must not be kept.
+void check_length(Connection& connection, std::size_t found, std::uint32_t expected) {
+  if (found != expected) connection.note(SQLITE_CORRUPT);
+}
+
 }  // namespace
 
 Status find_node(Connection& connection, std::int64_t key, Part wanted, const Node** out) {
@@ -87,7 +94,13 @@ Status find_node(Connection& connection, std::int64_t key, Part wanted, const No
   const bool children = reads_children(connection, key, wanted, *node);
   if ((values || children) && fresh == nullptr) fresh = node->copy();
   if (values) fresh->set_values(read_values(connection, key));
-  if (children) fresh->children = read_children(connection, key, {}, max_kept_children + 1);
+  if (values && fresh->values() != nullptr) {
+    check_length(connection, fresh->values()->size(), fresh->facts.counts.values);
+  }
+  if (children) {
+    fresh->children = read_children(connection, key, {}, max_kept_children + 1);
+    check_length(connection, fresh->children->size(), fresh->facts.counts.sub_keys);
+  }
   if (connection.status() != Status::ok) return connection.status();
   if (fresh != nullptr) {
     fresh->found_true_in(connection.keeping.generation);

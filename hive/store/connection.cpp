@@ -3,6 +3,8 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <atomic>
+
 #include "hive/name.h"
 #include "hive/store/statement.h"
 
@@ -17,6 +19,8 @@ constexpr const char* query_texts[] = {
 
 constexpr int ids_of_a_block = 1000;
 constexpr std::size_t most_changed_keys = 1024;  // that are noted one by one
+
+std::atomic<std::uint64_t> opened_so_far{0};
 
 // Nothing of the schema of a hive is believed, and nothing is mapped into memory but the log's index.
 constexpr const char* settings =
@@ -72,6 +76,7 @@ Status Connection::open(const std::string& file, Mode mode, std::unique_ptr<Conn
   out->reset();
   std::unique_ptr<Connection> connection(new Connection);
   connection->process_ = getpid();
+  connection->serial_ = ++opened_so_far;
   connection->mode_ = mode;
   Use use(*connection);
   connection->clear_failure();

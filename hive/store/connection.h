@@ -28,6 +28,12 @@ enum class Query {
   count
 };
 
+// Whether changes were logged, and whether the log is to be looked after.
+struct Logged_Changes {
+  bool any = false;
+  bool cut_is_due = false;
+};
+
 class Connection {
  public:
   enum class Mode {
@@ -89,6 +95,7 @@ class Connection {
   // they are few. A transaction that notes nothing is taken to have changed everything.
   void note_changed(std::int64_t key);
   void note_all_changed() { all_changed_ = true; }
+  void note_no_key_changed() { note_changed(0); }
   void forget_changes();
   bool changed_all() const { return all_changed_ || changed_keys_.empty(); }
   const std::vector<std::int64_t>& changed_keys() const { return changed_keys_; }
@@ -103,6 +110,12 @@ class Connection {
 
   // Of the hive that this connection is to; known before the first operation on its content.
   Hive_Identity identity{};
+
+  // What the transaction at hand has added to the log of changes, see hive/watch/change_log.h.
+  Logged_Changes logged;
+
+  // Tells this connection from every other of the process.
+  std::uint64_t serial() const { return serial_; }
 
   // Volatile keys of an earlier run of the machine are still in the hive and must not be shown.
   bool shows_volatile = true;
@@ -126,6 +139,7 @@ class Connection {
   Id_Block kept_ids_;
   std::vector<std::int64_t> changed_keys_;
   bool all_changed_ = false;
+  std::uint64_t serial_ = 0;
   pid_t process_ = 0;
   Mode mode_ = Mode::shared;
   bool read_only_ = false;

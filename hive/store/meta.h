@@ -7,6 +7,7 @@
 //   import_number   the number that the hive had when it was imported over what it held before
 //   boot        of which run of the machine volatile keys were last looked after
 //   fresh       1 until what a new hive starts with was put into it
+//   watchers    how many processes watch keys; missing in a hive that nobody ever watched
 #pragma once
 
 #include <cstdint>

@@ -80,7 +80,10 @@ Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body bod
   Status status = ready(access, traits, findings);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  return finish_run(run_with_memory(access, body), findings);
+  connection_->logged = {};
+  status = run_with_memory(access, body);
+  findings.logged = connection_->logged;
+  return finish_run(status, findings);
 }
 
 // A transaction beside what is held in memory: a reading one may add to it, and a writing one drops of it what

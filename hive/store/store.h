@@ -26,6 +26,7 @@ namespace hive {
 struct Findings {
   std::string reason;
   std::vector<std::string> lines;
+  Logged_Changes logged;  // by the transaction, if it was kept
 };
 
 // What a hive is made with, and what it is given before its first use.

@@ -3,6 +3,8 @@
 
 #include <winerror.h>
 
+#include <memory>
+
 #include "hive/registry.h"
 #include "impl/inproc/handle_table.h"
 #include "impl/inproc/root_keys.h"
@@ -29,6 +31,7 @@ class Inproc_Service final : public Registry_Service {
   DWORD query_value(HKEY key, std::u16string_view name, Value_Room& value) override;
   DWORD set_value(HKEY key, std::u16string_view name, DWORD type, const BYTE* data, DWORD size) override;
   DWORD delete_value(HKEY key, std::u16string_view name) override;
+  DWORD watch_key(HKEY key, bool subtree, DWORD filter, HANDLE event) override;
   DWORD change_rights(HKEY key, std::u16string_view path, const Rights_Change& change) override;
   DWORD describe_rights(HKEY key, std::u16string_view path, Rights_Facts* out_facts) override;
   DWORD save_key(HKEY key, const char* file) override;
@@ -51,6 +54,7 @@ class Inproc_Service final : public Registry_Service {
   hive::Status open_at(const hive::Key& at, std::u16string_view path, hive::Key* out_key);
   hive::Status create_at(const hive::Key& at, DWORD access, std::u16string_view path, const Key_Creation& creation,
                          hive::Key* out_key, bool* out_created);
+  DWORD watch_for(HKEY key, bool subtree, DWORD filter, std::shared_ptr<hive::Watch_Target> target);
   DWORD hand_out(hive::Key key, DWORD access, HKEY* out_key);
 
   Handle_Table handles_;

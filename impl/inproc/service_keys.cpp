@@ -58,7 +58,12 @@ DWORD Inproc_Service::open_key(HKEY key, std::u16string_view path, DWORD access,
 }
 
 DWORD Inproc_Service::close_key(HKEY key) {
-  return root_of(key) || handles_.close(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+  if (root_of(key)) return ERROR_SUCCESS;
+  hive::Key closed;
+  if (const Handle_Table::Pin pin = handles_.find(key)) closed = pin.key();
+  if (!handles_.close(key)) return ERROR_INVALID_HANDLE;
+  if (closed != nullptr) registry_.end_watches(closed);
+  return ERROR_SUCCESS;
 }
 
 DWORD Inproc_Service::delete_key(HKEY key, std::u16string_view path) {

@@ -7,12 +7,11 @@ using namespace kvtest;
 
 class NotProvided : public Store_Test {};
 
-TEST_F(NotProvided, SecurityAndWatchingAre120) {
+TEST_F(NotProvided, SecurityIs120) {
   DWORD size = 77;
   char descriptor[8] = "#######";
   EXPECT_EQ(entries().KvIRegGetKeySecurity(base, 1, descriptor, &size, nullptr), 120u);
   EXPECT_EQ(entries().KvIRegSetKeySecurity(base, 1, descriptor, nullptr), 120u);
-  EXPECT_EQ(entries().KvIRegNotifyChangeKeyValue(base, FALSE, 1, nullptr, FALSE, nullptr), 120u);
   EXPECT_EQ(size, 77u);
   EXPECT_STREQ(descriptor, "#######");
 }

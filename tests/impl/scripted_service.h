@@ -62,6 +62,11 @@ class Scripted_Service final : public impl::Registry_Service {
     return note(asked);
   }
   DWORD delete_value(HKEY, std::u16string_view asked) override { return note(asked); }
+  DWORD watch_key(HKEY, bool subtree, DWORD filter, HANDLE event) override {
+    watched = {subtree ? 1u : 0u, filter};
+    watch_event = event;
+    return code;
+  }
   DWORD change_rights(HKEY, std::u16string_view asked, const impl::Rights_Change& change) override {
     rights.clear();
     for (const DWORD* property : {change.mode, change.owner, change.group}) {
@@ -116,6 +121,8 @@ class Scripted_Service final : public impl::Registry_Service {
   std::vector<BYTE> set_data;
   std::vector<int> rights;
   std::string file_name = "(not asked)";
+  std::vector<DWORD> watched;  // subtree, filter
+  HANDLE watch_event = HANDLE(0x55);
 
  private:
   DWORD note(std::u16string_view asked) {
