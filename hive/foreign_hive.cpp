@@ -85,7 +85,7 @@ Status Foreign_Hive::find(const std::string& file) {
 Status Foreign_Hive::look(const std::string& file) {
   File_Look look;
   std::string reason;
-  Status status = look_at_file(file, &look, &reason);
+  Status status = look_at_file(file, newest_version(), &look, &reason);
   if (status == Status::ok && look.empty) status = Status::not_a_hive;
   if (status != Status::ok) return status;
   file_ = file;
@@ -113,7 +113,7 @@ Status Foreign_Hive::read(Transaction_Body body, std::string* reason) {
   Connection::Use use(*connection);
   connection->leave_log_alone();
   status = in_transaction(*connection, Access::read, [&](Connection& hive) {
-    if (stored_version(hive) > schema_version) return hive.failed_or(Status::newer_version);
+    if (stored_version(hive) > newest_version()) return hive.failed_or(Status::newer_version);
     if (meta_number(hive, "fresh") != 0) return hive.failed_or(Status::damaged);
     return hive.failed_or(body(hive));
   });

@@ -53,14 +53,14 @@ std::uint32_t big_endian(const Header& header, std::size_t place) {
   return number;
 }
 
-Status judge(const Header& header, std::size_t size, File_Look* out, std::string* reason) {
+Status judge(const Header& header, std::size_t size, std::uint32_t newest, File_Look* out, std::string* reason) {
   if (size < header.size() || std::memcmp(header.data(), header_name, sizeof header_name) != 0 ||
       big_endian(header, application_place) != application_id) {
     *reason = "the file is something else";
     return Status::not_a_hive;
   }
-  if (big_endian(header, version_place) > schema_version) {
-    *reason = newer_version_text();
+  if (big_endian(header, version_place) > newest) {
+    *reason = newer_version_text(newest);
     return Status::newer_version;
   }
   out->has_log = header[log_place] == log_written;
@@ -110,7 +110,7 @@ void insert_meta(Connection& connection) {
 
 }  // namespace
 
-Status look_at_file(const std::string& file, File_Look* out, std::string* reason) {
+Status look_at_file(const std::string& file, std::uint32_t newest, File_Look* out, std::string* reason) {
   Header header{};
   *out = {};
   ssize_t size = read_header(file, header, &out->shares_memory);
@@ -121,7 +121,7 @@ Status look_at_file(const std::string& file, File_Look* out, std::string* reason
     return error == ENOENT ? Status::busy : status_of_errno(error);
   }
   out->empty = size == 0;
-  return out->empty ? Status::ok : judge(header, static_cast<std::size_t>(size), out, reason);
+  return out->empty ? Status::ok : judge(header, static_cast<std::size_t>(size), newest, out, reason);
 }
 
 Status make_hive(Connection& connection, mode_t root_mode) {

@@ -18,6 +18,7 @@
 #include "hive/store/schema.h"
 #include "hive/store/transaction.h"
 #include "hive/store/unclean_end.h"
+#include "hive/store/version.h"
 
 namespace hive {
 
@@ -40,6 +41,7 @@ struct Hive_Traits {
   std::function<Status(Connection&, Findings& findings)> fill;
   // Told of every opening of the hive's file; null for a hive of which nobody must be alone.
   std::shared_ptr<Presence> presence = nullptr;
+  Schema_Steps steps = schema_steps;  // to the newest version of its tables
 };
 
 class Store {
@@ -80,7 +82,7 @@ class Store {
   Status open_in_presence(const Hive_Traits& traits, Findings& findings);
   Status open_shared(const File_Look& look, const Hive_Traits& traits, Findings& findings);
   Status prepare_content(const Hive_Traits& traits, Findings& findings);
-  Status look_through(Connection& connection, std::uint32_t version, Findings& findings);
+  Status look_through(Connection& connection, std::uint32_t version, std::uint32_t newest, Findings& findings);
   Status complete(const Hive_Traits& traits, Findings& findings);
   Status finish_run(Status status, Findings& findings);
   void move_to(const std::string& file, mode_t file_mode);

@@ -9,7 +9,6 @@
 #include "hive/store/meta.h"
 #include "hive/store/schema.h"
 #include "hive/store/store.h"
-#include "hive/store/version.h"
 
 namespace hive {
 namespace {
@@ -85,7 +84,7 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
     return Status::not_a_hive;
   }
   File_Look look;
-  Status status = look_at_file(file_, &look, &findings.reason);
+  Status status = look_at_file(file_, newest_version(traits.steps), &look, &findings.reason);
   if (status != Status::ok) return status;
   if (look.empty && hive_birth_ != 0 && birth_of(file_) == hive_birth_) {
     findings.reason = "its content is gone";
@@ -120,6 +119,8 @@ Status Store::open_shared(const File_Look& look, const Hive_Traits& traits, Find
     return Status::denied;
   }
   if (look.empty) status = make_hive(*connection_, traits.root_mode);
+  // A log survives a power loss with less than a journal does.
+  if (status == Status::ok && !look.shares_memory) status = connection_->run_text("PRAGMA synchronous = FULL");
   bool may_have_log = look.shares_memory && !connection_->read_only();
   if (status == Status::ok && !look.has_log && may_have_log) status = use_log(*connection_);
   if (status != Status::ok) findings.reason = text_of(connection_->failure());
@@ -133,25 +134,27 @@ Status Store::prepare_content(const Hive_Traits& traits, Findings& findings) {
   bool current = false;
   bool incomplete = false;
   std::uint32_t version = 0;
+  const std::uint32_t newest = newest_version(traits.steps);
   Status status = in_transaction(*connection_, Access::read, [&](Connection& connection) {
     current = meta_text(connection, "boot") == boot_identity();
     version = stored_version(connection);
-    if (Status refused = look_through(connection, version, findings); refused != Status::ok) return refused;
+    Status seen = look_through(connection, version, newest, findings);
+    if (seen != Status::ok) return seen;
     incomplete = traits.incomplete && traits.incomplete(connection);
     connection.identity = image_head(connection).self.identity;
     return connection.status();
   });
   connection_->shows_volatile = current || !connection_->read_only();
-  bool lacking = !current || incomplete || version < schema_version;
+  bool lacking = !current || incomplete || version < newest;
   if (status == Status::ok && lacking && !connection_->read_only()) status = complete(traits, findings);
   if (status != Status::ok && findings.reason.empty()) findings.reason = text_of(connection_->failure());
   return status;
 }
 
 // Nothing of a hive is believed that is of a later version, or damaged after an unclean end.
-Status Store::look_through(Connection& connection, std::uint32_t version, Findings& findings) {
-  if (version > schema_version) {
-    findings.reason = newer_version_text();
+Status Store::look_through(Connection& connection, std::uint32_t version, std::uint32_t newest, Findings& findings) {
+  if (version > newest) {
+    findings.reason = newer_version_text(newest);
     return Status::newer_version;
   }
   unclean_end_.opened(file_, took_log_over());
@@ -160,7 +163,7 @@ Status Store::look_through(Connection& connection, std::uint32_t version, Findin
 
 Status Store::complete(const Hive_Traits& traits, Findings& findings) {
   return in_transaction(*connection_, Access::write, [&](Connection& connection) {
-    Status status = bring_up_to_date(connection);
+    Status status = bring_up_to_date(connection, traits.steps);
     if (status == Status::ok) status = remove_stale_keys(connection);
     if (status == Status::ok && traits.incomplete && traits.incomplete(connection)) {
       status = traits.fill(connection, findings);

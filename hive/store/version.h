@@ -17,15 +17,18 @@ namespace hive {
 using Schema_Steps = std::span<const char* const>;
 inline constexpr std::array<const char*, 0> schema_steps{};
 
-inline constexpr std::uint32_t schema_version = 1 + static_cast<std::uint32_t>(schema_steps.size());
+// The version that they lead to.
+constexpr std::uint32_t newest_version(Schema_Steps steps = schema_steps) {
+  return 1 + static_cast<std::uint32_t>(steps.size());
+}
 
 // As the transaction at hand sees it: the file's head may lag behind the log.
 std::uint32_t stored_version(Connection& connection);
 
 // Why a hive of a later version is refused.
-std::string newer_version_text();
+std::string newer_version_text(std::uint32_t newest);
 
 // Takes the steps that are left, if any; in a writing transaction of its caller.
-Status bring_up_to_date(Connection& connection, Schema_Steps steps = schema_steps);
+Status bring_up_to_date(Connection& connection, Schema_Steps steps);
 
 }  // namespace hive

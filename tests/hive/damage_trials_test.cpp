@@ -171,8 +171,10 @@ class Trial {
     remove_log(file_);
   }
 
+  // A change looks at what stands there; until then reading may go on with what is known of the former file.
   bool works() {
     Key key;
+    if (create(*registry_, root_of(*registry_), u"Put right", &key) != Status::ok) return false;
     return open_key(u"Software\\K299", &key) == Status::ok && get(*registry_, key, u"n") == std::string(100, 'v') &&
            put(*registry_, key, u"n", "new") == Status::ok && get(*registry_, key, u"n") == "new";
   }

@@ -1,6 +1,8 @@
 // Hives of other versions: a later one is left alone, an earlier one is brought up to date in one transaction.
 #include "hive/store/version.h"
-#include "hive/store/rows.h"
+#include "hive/hive.h"
+#include "hive/keys.h"
+#include "hive/store/schema.h"
 #include "hive/store/transaction.h"
 #include "tests/hive/database.h"
 #include "tests/hive/registry_on.h"
@@ -118,6 +120,79 @@ TEST_F(Version, TwoProcessesTakeEachStepOnce) {
   }
   EXPECT_EQ(ask("SELECT count(*) FROM extra"), "1");
   EXPECT_EQ(ask("PRAGMA user_version"), "3");
+}
+
+// A library whose tables are of version 2.
+constexpr const char* to_version_2[] = {"CREATE TABLE extra(number INTEGER); INSERT INTO extra VALUES(2)"};
+
+hive::Hive_Traits second_version() {
+  hive::Hive_Traits traits{0644, 0755, false, nullptr, nullptr};
+  traits.steps = to_version_2;
+  return traits;
+}
+
+Status software_in(hive::Hive& hive) {
+  return hive.read([](Connection& connection) {
+    std::int64_t key = 0;
+    return hive::find_key(connection, hive::root_key, u"software", &key);
+  });
+}
+
+TEST_F(Version, TheFirstOpenerWhoMayWriteBringsAHiveUpToDate) {
+  {
+    hive::Hive newer(file, second_version(), &note_complaint);
+    EXPECT_EQ(software_in(newer), Status::ok);
+  }
+  EXPECT_EQ(ask("PRAGMA user_version"), "2");
+  EXPECT_EQ(ask("SELECT count(*) FROM extra"), "1");
+  {
+    hive::Hive newer(file, second_version(), &note_complaint);
+    EXPECT_EQ(software_in(newer), Status::ok);
+  }
+  EXPECT_EQ(ask("SELECT count(*) FROM extra"), "1");
+  EXPECT_TRUE(complaints().empty());
+  std::unique_ptr<Registry> older = registry_on(folder.path());
+  Key key;
+  EXPECT_EQ(older->open(root_of(*older), u"software", &key), Status::newer_version);
+}
+
+TEST_F(Version, AStepThatCannotBeTakenIsToldAndTheHiveIsLeftAsItWas) {
+  constexpr const char* impossible[] = {"CREATE TABLE extra(number INTEGER); INSERT INTO no_such_table VALUES(1)"};
+  hive::Hive_Traits traits = second_version();
+  traits.steps = impossible;
+  {
+    hive::Hive newer(file, traits, &note_complaint);
+    EXPECT_NE(software_in(newer), Status::ok);
+  }
+  EXPECT_EQ(complaints().size(), 1u);
+  EXPECT_EQ(ask("PRAGMA user_version"), "1");
+  EXPECT_EQ(ask("SELECT count(*) FROM sqlite_schema WHERE name = 'extra'"), "0");
+  hive::Hive newer(file, second_version(), &note_complaint);
+  EXPECT_EQ(software_in(newer), Status::ok);
+}
+
+TEST_F(Version, ANewHiveIsOfTheNewest) {
+  const std::string fresh = folder / "fresh.bin";
+  {
+    hive::Hive newer(fresh, second_version(), &note_complaint);
+    EXPECT_EQ(software_in(newer), Status::not_found);
+  }
+  EXPECT_EQ(Database(fresh).ask("PRAGMA user_version"), "2");
+}
+
+TEST(Version_For_A_Reader, AnOlderHiveIsReadAsItIs) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to act as two users, which root alone can";
+  Open_Folder folder;
+  const std::string file = folder / "machine.bin";
+  { Database(file).run(version_1); }
+  std::filesystem::permissions(file, std::filesystem::perms(0644));
+  const std::string before = bytes_of(file);
+  complaints().clear();
+  as_nobody([&] {
+    hive::Hive newer(file, second_version(), &note_complaint);
+    return software_in(newer) == Status::ok && complaints().empty();
+  });
+  EXPECT_EQ(bytes_of(file), before);
 }
 
 TEST_F(Version, ALaterOneIsRefusedWithALineAndLeftAlone) {
