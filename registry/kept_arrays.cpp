@@ -2,12 +2,13 @@
 
 #include "registry/kept_arrays.h"
 
+#include <new>
 #include <utility>
+
+#include "bootstrap/heap_switch.h"
 
 inline namespace kelvane {
 namespace {
-
-void to_heap(Array_Head* array) { delete[] reinterpret_cast<unsigned char*>(array); }
 
 // Made in a thread by its first array that is given back.
 class End_Of_Thread {
@@ -15,7 +16,7 @@ class End_Of_Thread {
   End_Of_Thread() { kept_arrays.is_open = true; }
   ~End_Of_Thread() {
     kept_arrays.is_open = false;
-    for (Array_Head*& place : kept_arrays.arrays) to_heap(std::exchange(place, nullptr));
+    for (Array_Head*& place : kept_arrays.arrays) release(std::exchange(place, nullptr));
   }
   End_Of_Thread(const End_Of_Thread&) = delete;
   End_Of_Thread& operator=(const End_Of_Thread&) = delete;
@@ -27,8 +28,9 @@ unsigned char* make_array(std::size_t size, Array_Use use) {
   const bool is_usual = size <= usual_array_size;
   Array_Head* const other = is_usual ? std::exchange(kept_arrays.other_place(use), nullptr) : nullptr;
   if (other != nullptr) return other->bytes();
-  auto* const block = new unsigned char[sizeof(Array_Head) + (is_usual ? usual_array_size : size)];
-  auto* const array = reinterpret_cast<Array_Head*>(block);
+  void* const block = allocate_zeroed(sizeof(Array_Head) + (is_usual ? usual_array_size : size));
+  if (block == nullptr) throw std::bad_alloc();
+  auto* const array = static_cast<Array_Head*>(block);
   array->is_usual = is_usual;
   return array->bytes();
 }
@@ -38,7 +40,7 @@ void release_array(Array_Head* array) {
     static thread_local const End_Of_Thread end;
     if (kept_arrays.is_open) return give_array(array->bytes(), Array_Use::name);
   }
-  to_heap(array);
+  release(array);
 }
 
 }  // namespace kelvane

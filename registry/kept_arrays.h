@@ -35,7 +35,7 @@ __attribute__((tls_model("initial-exec"))) inline constinit thread_local Kept_Ar
 unsigned char* make_array(std::size_t size, Array_Use use);
 void release_array(Array_Head* array);
 
-// At least size bytes, of unknown content.
+// At least size bytes: zeros when they are more than usual_array_size, else of unknown content.
 inline unsigned char* take_array(std::size_t size, Array_Use use) {
   Array_Head*& place = kept_arrays.usual_place(use);
   Array_Head* const array = place;

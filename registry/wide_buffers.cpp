@@ -34,13 +34,13 @@ WinChar* take_units(std::size_t count, Array_Use use) {
 }
 
 // Zeroed, so that nothing of another call is seen where the implementation writes less than it tells. A short
-// array is cleared with a whole block, which needs no call.
+// array is cleared with a whole block, which needs no call; a long one comes with zeros.
 unsigned char* take_zeroed(std::size_t size, Array_Use use) {
   constexpr std::size_t block = 64;
   unsigned char* const bytes = take_array(size, use);
   if (size <= block) {
     std::memset(bytes, 0, block);
-  } else {
+  } else if (size <= usual_array_size) {
     std::memset(bytes, 0, size);
   }
   return bytes;

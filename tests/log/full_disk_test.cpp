@@ -1,33 +1,24 @@
 // Logs on a full disk: a small file system of the test's own, in a mount namespace of its own, so that the
 // machine sees nothing of it.
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/mount.h>
 #include <syslog.h>
-
-#include <cerrno>
-#include <cstring>
 
 #include "log/registry_log_impl.h"
 #include "tests/log/log_test.h"
 #include "tests/log/system_log_double.h"
+#include "tests/support/own_mounts.h"
 
 namespace kvtest {
 namespace {
 
-constexpr int no_file_system = 88;
 constexpr size_t room = 65536;
 const std::string why = "KVX disk is full, logging passed to syslog.\n";
 
 // In a child: a file system of 64 KiB on the folder, or the end with the reason.
 void mount_small(const std::string& folder) {
-  if ((unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) &&
-      mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-      mount("kvtest", folder.c_str(), "tmpfs", 0, "size=65536") == 0)
-    return;
-  printf("no file system of our own: %s", strerror(errno));
-  fflush(stdout);
-  _exit(no_file_system);
+  begin_own_mounts();
+  if (mount("kvtest", folder.c_str(), "tmpfs", 0, "size=65536") != 0) give_up_on_mounts("no disk of our own");
 }
 
 void fill(const std::string& folder) { write_file(folder + "/filler", std::string(2 * room, 'f')); }
@@ -39,7 +30,7 @@ void tell_system_log() {
 }
 
 #define SKIP_WITHOUT_FILE_SYSTEM(child) \
-  if ((child).exit_status == no_file_system) GTEST_SKIP() << (child).out
+  if ((child).exit_status == no_own_mounts) GTEST_SKIP() << (child).err
 
 TEST(FullDisk, RecordsGoToTheSystemLogAndTheFileGoesOnWhenThereIsRoom) {
   Temp_Folder folder;

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <set>
+#include <string>
 #include <thread>
 
 #include "registry/wide_buffers.h"
@@ -114,13 +115,14 @@ TEST(KeptArrays, AreDoneWithoutAtTheEndOfAThread) {
 }
 
 TEST(KeptArrays, ShowNothingOfAnEarlierCallToTheNext) {
-  wchar_t text[255];
-  unsigned char bytes[512];
-  for (unsigned count : {1u, 32u, 33u, 255u}) {
+  wchar_t text[5000];
+  unsigned char bytes[10000];
+  for (unsigned count : {1u, 32u, 33u, 255u, 256u, 257u, 5000u}) {
     {
       unsigned size = sizeof bytes;
       const WinCharBufferValue value(bytes, &size);
       const WinCharString name(L"a secret of some length, which the next call must not see in any of its arrays", -1);
+      const WinCharString long_name(std::wstring(5000, L's').c_str(), -1);
       std::memset(value.data, 's', sizeof bytes);
     }
     unsigned names = count, size = 2 * count;

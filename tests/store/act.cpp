@@ -3,8 +3,8 @@
 //
 //   open KEY | make KEY | volatile KEY | delete KEY | set KEY NAME TEXT | number KEY NAME NUMBER |
 //   large KEY NAME SIZE | get KEY NAME | log LEVEL TEXT | names KEY | copy FROM TO | rename FROM TO | remove FILE |
-//   kill PROCESS | chmod OCTAL FILE | chdir FOLDER | umask OCTAL | setenv NAME VALUE | busy KEY | backup FOLDER | await
-//   DESCRIPTOR | killed-at-rename | end HOW
+//   kill PROCESS | chmod OCTAL FILE | chdir FOLDER | umask OCTAL | setenv NAME VALUE | busy KEY | backup FOLDER | save
+//   | await DESCRIPTOR | killed-at-rename | end HOW
 #include <kelvane/log.h>
 #include <kelvane/registry_admin.h>
 #include <windows.h>
@@ -157,6 +157,8 @@ std::string write_log(const Words& step) {
 
 std::string backup(const Words& step) { return text(static_cast<LSTATUS>(RegBackup(step[1].c_str(), nullptr))); }
 
+std::string save(const Words&) { return text(RegSaveHKCU(nullptr)); }
+
 // Waits until nobody can write to the descriptor any more.
 std::string await(const Words& step) {
   char byte;
@@ -200,6 +202,7 @@ void run(const Words& step) {
                                                     {"umask", change_mask},
                                                     {"setenv", change_variable},
                                                     {"backup", backup},
+                                                    {"save", save},
                                                     {"number", set_number},
                                                     {"log", write_log},
                                                     {"await", await},

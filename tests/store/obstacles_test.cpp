@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "tests/store/hive_files.h"
-#include "tests/store/own_mounts.h"
+#include "tests/support/own_mounts.h"
 
 namespace kvtest {
 namespace {

@@ -56,6 +56,17 @@ TEST_F(Backup, OfTheUserPutBackIsWhatTheNextImageHolds) {
                        "0 user before\n2\n0 x\n"));
 }
 
+TEST_F(Backup, OfTheUserPutBackComesToHostsThatHadTheLaterStateHoweverItIsSaved) {
+  expect("there", "n", "0 user after");
+  expect("elsewhere", "n", "0 user after");
+  put_back(backup() + "/user.hive", live_hive("here"));
+  EXPECT_TRUE(answered(run("here", {{"save"}, {"end", "_exit"}}), "0\n"));
+  expect("there", "n", "0 user before");
+  put_back(backup() + "/user.hive", live_hive("here"));
+  EXPECT_TRUE(answered(run("here", {{"get", "HKCU\\S", "n"}}), "0 user before\n"));
+  expect("elsewhere", "n", "0 user before");
+}
+
 TEST_F(Backup, MayBeTheImageOfTheUsersHive) {
   const std::string kept = content_of(image());
   EXPECT_TRUE(answered(run("here", {{"set", "HKCU\\S", "n", "spoilt"}}), "0\n"));

@@ -7,9 +7,9 @@
 
 #include <map>
 
-#include "tests/store/own_mounts.h"
 #include "tests/store/shared_image.h"
 #include "tests/support/ordinary_user.h"
+#include "tests/support/own_mounts.h"
 
 namespace kvtest {
 namespace {

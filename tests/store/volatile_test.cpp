@@ -1,6 +1,7 @@
 // Volatile keys: they outlive programs, not the run of the machine.
-#include "tests/store/own_mounts.h"
+#include "tests/store/act.h"
 #include "tests/store/store_test.h"
+#include "tests/support/own_mounts.h"
 
 namespace kvtest {
 namespace {
