@@ -23,7 +23,20 @@ set(KV_ADVAPI32_SOURCES
   log/stdout_logger.cpp
   log/system_log.cpp
   notify/input_idle.cpp
+  parselib/atom_keys.cpp
+  parselib/frame.cpp
+  parselib/frame_parts.cpp
+  parselib/number_form.cpp
   parselib/profile.cpp
+  parselib/profile_questions.cpp
+  parselib/read_frame.cpp
+  parselib/read_state.cpp
+  parselib/scan_buffer.cpp
+  parselib/scanner.cpp
+  parselib/set_from_profile.cpp
+  parselib/slot_machine.cpp
+  parselib/slots_filter.cpp
+  parselib/values.cpp
   registry/admin.cpp
   registry/admin_recursive.cpp
   registry/ansi_buffers.cpp
@@ -52,6 +65,16 @@ set(KV_ADVAPI32_SOURCES
   regserver/exports.cpp
   thunks/mapping.cpp
 )
+
+# The parsers of frames and lists, made from their grammars.
+find_package(BISON 3.0 REQUIRED)
+set(KV_GRAMMAR_FOLDER ${PROJECT_BINARY_DIR}/parselib)
+file(MAKE_DIRECTORY ${KV_GRAMMAR_FOLDER})
+foreach(grammar frame_grammar list_grammar)
+  bison_target(${grammar} parselib/${grammar}.y ${KV_GRAMMAR_FOLDER}/${grammar}.cpp
+               DEFINES_FILE ${KV_GRAMMAR_FOLDER}/${grammar}.h COMPILE_FLAGS -Wall)
+  list(APPEND KV_ADVAPI32_SOURCES ${BISON_${grammar}_OUTPUTS})
+endforeach()
 
 add_library(advapi32_objects OBJECT ${KV_ADVAPI32_SOURCES})
 target_link_libraries(advapi32_objects PUBLIC kv_house kernel32)
