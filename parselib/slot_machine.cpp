@@ -15,6 +15,20 @@ locale_t plain_locale() {
   return plain;
 }
 
+constexpr int decimal = 10;
+
+// As strtol, cut to 32 bits. Digits that fit in any case are summed up here.
+int integer_of(const char* text) {
+  constexpr int most_digits = 9;
+  const bool is_negative = *text == '-';
+  const char* const digits = is_negative ? text + 1 : text;
+  const char* at = digits;
+  int sum = 0;
+  for (; *at >= '0' && *at <= '9' && at < digits + most_digits; ++at) sum = decimal * sum + (*at - '0');
+  if (*at != '\0') return static_cast<int>(std::strtol(text, nullptr, decimal));
+  return is_negative ? -sum : sum;
+}
+
 }  // namespace
 
 Slot_Machine::~Slot_Machine() = default;
@@ -22,8 +36,7 @@ Slot_Machine::~Slot_Machine() = default;
 One_Arm_Bandit::~One_Arm_Bandit() = default;
 
 int One_Arm_Bandit::integer(Bone*& out_value, char* text) const {
-  constexpr int decimal = 10;
-  out_value = new Integer(static_cast<int>(std::strtol(text, nullptr, decimal)));
+  out_value = new Integer(integer_of(text));
   return KV_NUMBER_TOKEN;
 }
 

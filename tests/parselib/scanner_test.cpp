@@ -95,9 +95,12 @@ class Atom_In final : public kvistream {
 
  private:
   ssize_t get(char* block, size_t size) override {
-    size_t made = 0;
-    for (; made < size && at_ < length_ + 2; ++made, ++at_) block[made] = at_ == 0 ? '(' : at_ <= length_ ? 'a' : ')';
-    return static_cast<ssize_t>(made);
+    const size_t piece = std::min(size, length_ + 2 - at_);
+    memset(block, 'a', piece);
+    if (at_ == 0) block[0] = '(';
+    at_ += piece;
+    if (at_ == length_ + 2 && piece > 0) block[piece - 1] = ')';
+    return static_cast<ssize_t>(piece);
   }
 
   size_t length_;
