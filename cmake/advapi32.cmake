@@ -67,7 +67,7 @@ set(KV_ADVAPI32_SOURCES
 )
 
 # The parsers of frames and lists, made from their grammars.
-find_package(BISON 3.0 REQUIRED)
+find_package(BISON 3.8 REQUIRED)
 set(KV_GRAMMAR_FOLDER ${PROJECT_BINARY_DIR}/parselib)
 file(MAKE_DIRECTORY ${KV_GRAMMAR_FOLDER})
 foreach(grammar frame_grammar list_grammar)

@@ -41,6 +41,7 @@ static void yylistioerror(Read_State& read, const char* message) { read.fail(mes
 
 list:
   LEFT elements RIGHT { read.sequence = $2; YYACCEPT; }
+  /* QUIRK empty-list-is-none: the whole text "()" gives no list, and no report. */
 | LEFT RIGHT { YYACCEPT; }
 ;
 

@@ -34,7 +34,7 @@ void merge(Frame& frame, const char* file) {
   delete name;
 }
 
-// The file's settings win over those of the user's copy.
+// QUIRK given-file-wins: the file's settings win over those of the user's copy, not the other way round.
 Frame* settings_of(const char* file) {
   char copy[PATH_MAX];
   const bool file_is_readable = is_readable(file);

@@ -18,9 +18,9 @@ void complain(const char* message) {
 
 using Parser = int (*)(Read_State& read);
 
-// A parser whose stack is full has said so, and holds nothing.
 void parse(Read_State& read, const kvistream& in, Parser parser, const char* prefix, const char* complaint) {
   try {
+    // QUIRK overflow-is-no-failure: a full stack brings its own report only.
     if (parser(read) != ABANDONED) return;
   } catch (const std::bad_alloc&) {
     end_without_memory(prefix, "parse");

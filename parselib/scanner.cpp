@@ -9,6 +9,7 @@
 inline namespace kelvane {
 
 void Scanner::report(const char* message) const {
+  // QUIRK short-text-silent: the test is made on the stream, which is read ahead of the scanner's place.
   if (!in_.at_end()) std::printf("Parselib : line %d - %s\n", static_cast<int>(line_), message);
 }
 

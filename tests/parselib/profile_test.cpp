@@ -84,6 +84,7 @@ TEST_F(Opening, ReadsTheUsersCopyWhereThereIsNoFile) {
   EXPECT_EQ(Profiler(file().c_str()).read_int(clAtom("a"), 7), 2);
 }
 
+// QUIRK given-file-wins
 TEST_F(Opening, TakesTheFilesSettingsOverThoseOfTheUsersCopy) {
   put(file(), "(my (number-of-allocs 1) (a 1))");
   put(users_copy(), "(mine (number-of-allocs 2) (b 2))");

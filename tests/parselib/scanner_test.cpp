@@ -51,6 +51,7 @@ TEST(Blocks, ATokenThatFillsTheBufferMakesItGrow) {
   EXPECT_EQ(unaligned.blocks(), Sizes({8192, 8192, 8191, 8192, 8192}));
 }
 
+// QUIRK short-text-silent
 TEST(Blocks, EndOfTheStreamIsSeenOnlyByAShortBlock) {
   Text_In whole_block(std::string(8191, ' ') + ")");
   const Child_Result not_at_end = run_child([&] { frame_read(whole_block); });
@@ -130,6 +131,13 @@ TEST(LongTokens, OpenQuotesTakeNoLongerThanTheirLength) {
     fprintf(stderr, "%s", result.c_str());
   });
   EXPECT_EQ(child.err, "<1>");
+}
+
+// QUIRK empty-list-is-none
+TEST(Lists, ThatAreEmptyAreNone) {
+  const Child_Result child = run_child([] { printf("%s\n", list_read("()" + times(9000, "\n")).c_str()); });
+  EXPECT_EQ(child.out, "null\n");
+  EXPECT_EQ(list_read("(())"), "<<>>");
 }
 
 // QUIRK comment-needs-newline
