@@ -33,7 +33,7 @@ static void yylistioerror(Read_State& read, const char* message) { read.fail(mes
 
 %token LEFT 258 RIGHT 259 OPEN 260 CLOSE 261
 %token <bone> ATOM 262 NUMBER 263 STRING 264
-%type <bone> element
+%type <bone> list_element
 %type <sequence> elements
 %destructor { destroy($$); } <bone> <sequence>
 
@@ -45,15 +45,19 @@ list:
 | LEFT RIGHT { YYACCEPT; }
 ;
 
+/* The kinds of elements stand here one by one, for speed: one step of the parser less for each. */
 elements:
-  element { $$ = sequence_of($1); }
-| elements element { $$ = appended($1, $2); }
+  ATOM { $$ = sequence_of($1); }
+| NUMBER { $$ = sequence_of($1); }
+| STRING { $$ = sequence_of($1); }
+| list_element { $$ = sequence_of($1); }
+| elements ATOM { $$ = appended($1, $2); }
+| elements NUMBER { $$ = appended($1, $2); }
+| elements STRING { $$ = appended($1, $2); }
+| elements list_element { $$ = appended($1, $2); }
 ;
 
-element:
-  ATOM
-| NUMBER
-| STRING
-| LEFT elements RIGHT { $$ = $2; }
+list_element:
+  LEFT elements RIGHT { $$ = $2; }
 | LEFT RIGHT { $$ = Use_Stack_List().make(); }
 ;

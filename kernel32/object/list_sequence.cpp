@@ -18,6 +18,13 @@ void List_Sequence::apply(const Proc_Context& procedure) const {
   for (size_t position = 0; position < count(); ++position) procedure(elements_[first_ + position]);
 }
 
+void List_Sequence::delete_tree() {
+  for (size_t position = first_; position < end_; ++position) {
+    if (elements_[position] != nullptr) elements_[position]->delete_tree();
+  }
+  delete this;
+}
+
 void List_Sequence::insert(Bone* element) {
   if (end_ == room_) make_room();
   elements_[end_++] = element;

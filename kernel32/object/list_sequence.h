@@ -18,6 +18,7 @@ class List_Sequence final : public Sequence {
   bool is_empty() const override { return first_ == end_; }
   size_t count() const override { return end_ - first_; }
   void apply(const Proc_Context& procedure) const override;
+  void delete_tree() override;
   void insert(Bone* element) override;
   bool remove_first(Bone*& out_element) override;
   bool remove(const Bone* element) override;

@@ -183,6 +183,18 @@ __attribute__((no_sanitize("null"), noinline)) Sequence* frame_of_null(kvistream
 
 __attribute__((no_sanitize("null"), noinline)) Sequence* list_of_null(kvistream* none) { return read_list(*none); }
 
+__attribute__((no_sanitize("null"), noinline)) bool is_nameless_of_null(kvistream* none) {
+  return Frame(*none).get_key() == nullptr;
+}
+
+TEST(Streams, ThatAreNullMakeAFrameWithoutAName) {
+  const Child_Result child = run_child([] { printf("%d\n", is_nameless_of_null(nullptr)); });
+  EXPECT_EQ(child.out,
+            "Parselib Error: stream for read_frame not good.\n"
+            "Please confirm that your env variable KVREGISTRY points to a correct registry file.\n"
+            "1\n");
+}
+
 TEST(Streams, ThatAreNullAreReported) {
   const Child_Result child = run_child([] {
     clAtom* name = new clAtom("old");
