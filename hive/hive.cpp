@@ -42,7 +42,7 @@ Hive::Hive(std::string path, Hive_Traits traits, Complain complain)
 }
 
 Hive::~Hive() {
-  if (store_ != nullptr) store_->detach();
+  if (Store* store = store_) store->detach();
 }
 
 Status Hive::write(Transaction_Body body) {
@@ -86,11 +86,12 @@ Status Hive::find_store(Store** out, Findings& findings) {
   Store* former = nullptr;
   {
     std::lock_guard lock(opening_mutex());
-    if (store_ == nullptr || !(store_->identity() == identity)) {
-      former = store_;
-      store_ = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
-    }
     *out = store_;
+    if (*out == nullptr || !((*out)->identity() == identity)) {
+      former = *out;
+      *out = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
+      store_ = *out;
+    }
   }
   if (former != nullptr) former->detach();
   return Status::ok;

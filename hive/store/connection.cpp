@@ -16,6 +16,7 @@ constexpr const char* query_texts[] = {
 };
 
 constexpr int ids_of_a_block = 1000;
+constexpr std::size_t most_changed_keys = 1024;  // that are noted one by one
 
 // Nothing of the schema of a hive is believed, and nothing is mapped into memory but the log's index.
 constexpr const char* settings =
@@ -164,6 +165,19 @@ void Connection::note(int code) {
 void Connection::clear_failure() {
   failure_ = {};
   clear_system_error();
+}
+
+void Connection::note_changed(std::int64_t key) {
+  if (changed_keys_.size() >= most_changed_keys) {
+    all_changed_ = true;
+  } else {
+    changed_keys_.push_back(key);
+  }
+}
+
+void Connection::forget_changes() {
+  changed_keys_.clear();
+  all_changed_ = false;
 }
 
 std::int64_t Connection::take_id() {
