@@ -1,11 +1,15 @@
 // What start-up and shutdown do with the profile "com.pro" of the working folder and of HOME.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "tests/bootstrap/in_child.h"
 #include "tests/bootstrap/malloc_double.h"
+#include "tests/support/ordinary_user.h"
 
 namespace kvtest {
 namespace {
@@ -153,6 +157,39 @@ TEST_F(ProfileAtStartUp, HasClosedItsDefaultsAtANormalEndOfAProgram) {
             "  (number-of-allocs 0)\n"
             ";  (alloc-sizes nil)\t\tno list\n"
             ")\n");
+}
+
+// Runs the program for an ordinary user with the rights of its owner, root, when it has its set-user-id bit.
+Child_Result run_for_ordinary_user(const std::string& program, const std::string& folder) {
+  return run_child([&] {
+    const int fd = open(program.c_str(), O_RDONLY);
+    char name[] = "program";
+    char* argv[] = {name, nullptr};
+    setenv("KVREGISTRY_MODE", "7", 1);
+    unsetenv("HOME");
+    if (chdir(folder.c_str()) != 0 || !become_ordinary_user()) _exit(3);
+    fexecve(fd, argv, environ);
+    _exit(4);
+  });
+}
+
+TEST_F(ProfileAtStartUp, IsNotReadByAProgramWithRaisedRights) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a program raised rights for another user";
+  struct statvfs file_system;
+  ASSERT_EQ(statvfs(here().c_str(), &file_system), 0);
+  if ((file_system.f_flag & (ST_NOSUID | ST_NOEXEC)) != 0) GTEST_SKIP() << "the file system gives no raised rights";
+  put_here("(profile-defaults-file \"-\")");
+  const std::string program = file("program");
+  std::filesystem::copy_file(KVTEST_PROFILED_PROGRAM, program);
+  ASSERT_EQ(chmod(here().c_str(), 0755), 0);
+
+  ASSERT_EQ(chmod(program.c_str(), 0755), 0);
+  EXPECT_EQ(run_for_ordinary_user(program, here()).out.substr(0, 5), "(com\n");
+
+  ASSERT_EQ(chmod(program.c_str(), 04755), 0);
+  const Child_Result raised = run_for_ordinary_user(program, here());
+  EXPECT_EQ(raised.exit_status, 0) << raised.err;
+  EXPECT_EQ(raised.out, "started\n");
 }
 
 TEST_F(ProfileAtStartUp, ThatIsNoFrameDoesNotKeepAProgramFromStarting) {
