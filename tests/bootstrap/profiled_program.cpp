@@ -1,9 +1,11 @@
-// A ported program that says one word and ends.
+// A ported program that says whether and with which rights it was started, and ends.
 #include <kelvane/advapi32.h>
+#include <sys/auxv.h>
 
 #include <cstdio>
 
 int main() {
-  std::puts(KvRegistryIsInitialized != 0 ? "started" : "not started");
+  const char* const rights = getauxval(AT_SECURE) != 0 ? " with raised rights" : "";
+  std::printf("%s%s\n", KvRegistryIsInitialized != 0 ? "started" : "not started", rights);
   return 0;
 }
