@@ -72,9 +72,13 @@ set(KV_ADVAPI32_SOURCES
 find_package(BISON 3.8 REQUIRED)
 set(KV_GRAMMAR_FOLDER ${PROJECT_BINARY_DIR}/parselib)
 file(MAKE_DIRECTORY ${KV_GRAMMAR_FOLDER})
+set(KV_BISON_FLAGS -Wall)
+if(KV_WERROR)
+  string(APPEND KV_BISON_FLAGS " -Werror")
+endif()
 foreach(grammar frame_grammar list_grammar)
   bison_target(${grammar} parselib/${grammar}.y ${KV_GRAMMAR_FOLDER}/${grammar}.cpp
-               DEFINES_FILE ${KV_GRAMMAR_FOLDER}/${grammar}.h COMPILE_FLAGS -Wall)
+               DEFINES_FILE ${KV_GRAMMAR_FOLDER}/${grammar}.h COMPILE_FLAGS ${KV_BISON_FLAGS})
   list(APPEND KV_ADVAPI32_SOURCES ${BISON_${grammar}_OUTPUTS})
 endforeach()
 
