@@ -84,16 +84,6 @@ Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Ro
   return changed.run();
 }
 
-// How many keys there are from below the root to this one.
-int depth_of(Connection& connection, std::int64_t key) {
-  int depth = -1;
-  for (; key != 0 && depth < max_key_depth; ++depth) {
-    Statement up(connection, Query::parent_of);
-    key = up.bind(1, key).row() ? up.number(0) : 0;
-  }
-  return depth;
-}
-
 // One part of a path that is made: a sub-key of *key, which becomes it.
 Status create_child(Connection& connection, std::int64_t* key, std::u16string_view name, const Creation& creation,
                     bool is_last) {
@@ -184,6 +174,32 @@ Status remove_key(Connection& connection, std::int64_t key) {
   Statement(connection, Query::drop_large_of_key).bind(1, key).run();
   Statement(connection, Query::drop_key).bind(1, key).run();
   return note_lost_child(connection, row.parent, row);
+}
+
+int depth_of(Connection& connection, std::int64_t key) {
+  int depth = -1;
+  for (; key != 0 && depth < max_key_depth; ++depth) {
+    Statement up(connection, Query::parent_of);
+    key = up.bind(1, key).row() ? up.number(0) : 0;
+  }
+  return depth;
+}
+
+Status remove_content(Connection& connection, std::int64_t key) {
+  connection.note_all_changed();
+  Statement(connection, Query::drop_large_below).bind(1, key).run();
+  Statement(connection, Query::drop_below).bind(1, key).run();
+  return Statement(connection, Query::drop_values).bind(1, key).run();
+}
+
+Status note_changed_class(Connection& connection, std::int64_t parent) {
+  Key_Row row;
+  if (read_key(connection, parent, &row) != Status::ok) return connection.failed_or(Status::damaged);
+  std::uint32_t longest = largest_of_children(connection, Query::child_class_units, parent, max_class_units);
+  Statement changed(connection, Query::children_changed);
+  changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(row.written));
+  changed.bind(4, row.children).bind(5, row.max_child_units).bind(6, longest);
+  return changed.run();
 }
 
 std::int64_t insert_key(Connection& connection, const New_Key& key) {

@@ -33,7 +33,9 @@ class Connection {
   enum class Mode {
     shared,     // a hive among other processes; what is forbidden to write is opened for reading
     immutable,  // a hive that nobody has open for writing
+    alone,      // a hive that nobody else may use meanwhile, without shared memory
     fresh,      // a file that this process has just made
+    reading,    // a hive, maybe of others, that is only read: no file of it is made or changed
     memory,     // private to the process
   };
 

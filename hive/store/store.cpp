@@ -54,6 +54,8 @@ void Store::move_to(const std::string& file, mode_t file_mode) {
   close();
   file_ = file;
   hive_birth_ = 0;
+  unclean_end_ = {};
+  was_writable_ = false;
   queue_.set_file(file, file_mode);
 }
 
@@ -111,12 +113,18 @@ Status Store::finish_run(Status status, Findings& findings) {
   return was_immutable && !has_no_log() ? Status::busy : status;
 }
 
+void Store::note_orderly_end() {
+  std::lock_guard lock(mutex_);
+  if (was_writable_) unclean_end_.note_orderly_end(file_);
+}
+
 void Store::before_fork() {
   mutex_.lock();
   queue_.before_fork();
   if (connection_ == nullptr || connection_->mode() == Connection::Mode::memory) return;
   connection_->leave_log_alone();
   close();
+  if (was_writable_) unclean_end_.note_orderly_end(file_);
 }
 
 void Store::after_fork_in_parent() {

@@ -15,7 +15,9 @@
 #include "hive/store/connection.h"
 #include "hive/store/presence.h"
 #include "hive/store/queue.h"
+#include "hive/store/schema.h"
 #include "hive/store/transaction.h"
+#include "hive/store/unclean_end.h"
 
 namespace hive {
 
@@ -52,6 +54,7 @@ class Store {
   void detach();
 
   const File_Identity& identity() const { return identity_; }
+  bool is_used() const { return users_ > 0; }
   Writer_Queue& queue() { return queue_; }
   const Coherence& coherence() const { return coherence_; }
 
@@ -59,6 +62,9 @@ class Store {
   // again. The reason is told when the hive could not be used, and left alone when the body or its own rights
   // decided.
   Status run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings);
+
+  // The process ends as it should, and a later check of the hive is not needed.
+  void note_orderly_end();
 
   void before_fork();
   void after_fork_in_parent();
@@ -71,8 +77,9 @@ class Store {
   Status open(const Hive_Traits& traits, Findings& findings);
   Status open_file(const Hive_Traits& traits, Findings& findings);
   Status open_in_presence(const Hive_Traits& traits, Findings& findings);
-  Status open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings);
+  Status open_shared(const File_Look& look, const Hive_Traits& traits, Findings& findings);
   Status prepare_content(const Hive_Traits& traits, Findings& findings);
+  Status look_through(Connection& connection, std::uint32_t version, Findings& findings);
   Status complete(const Hive_Traits& traits, Findings& findings);
   Status finish_run(Status status, Findings& findings);
   void move_to(const std::string& file, mode_t file_mode);
@@ -89,6 +96,8 @@ class Store {
   Coherence coherence_;
   std::string file_;  // empty: private to the process
   File_Identity identity_;
+  Unclean_End unclean_end_;
+  bool was_writable_ = false;    // of a connection to this file
   std::int64_t hive_birth_ = 0;  // when the file was made in which a hive was last seen; 0 when unknown
   std::atomic<int> users_{0};
 };

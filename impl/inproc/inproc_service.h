@@ -32,6 +32,7 @@ class Inproc_Service final : public Registry_Service {
   DWORD change_rights(HKEY key, std::u16string_view path, const Rights_Change& change) override;
   DWORD describe_rights(HKEY key, std::u16string_view path, Rights_Facts* out_facts) override;
   DWORD save_key(HKEY key, const char* file) override;
+  DWORD load_key(HKEY key, std::u16string_view path, const char* file) override;
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
