@@ -26,22 +26,30 @@ kvostream* Log_Call = nullptr;
 DWORD STIndex = TLS_OUT_OF_INDEXES;
 
 // A number of bytes from a profile; what no size can be is none.
-std::size_t size_of(const Bone* element) {
+std::size_t size_of(const Number& number) {
   constexpr double max_size = 9.0e18;
-  const double value = static_cast<const Number*>(element)->value();
+  const double value = number.value();
   return value > 0 && value < max_size ? static_cast<std::size_t>(value) : 0;
 }
 
-// Takes blocks of each size from the system's heap, to warm it; they are never given back, by design.
-void warm_heap(const Sequence* sizes, int count) {
+// Takes blocks of one size from the system's heap. The compiler must not leave the calls out.
+void warm_heap(Bone* element, void* how_often) {
+  const auto* number = dynamic_cast<const Number*>(element);
+  if (number == nullptr) return;
+  for (int i = 0; i < *static_cast<int*>(how_often); ++i) {
+    void* volatile kept = std::malloc(size_of(*number));
+    static_cast<void>(kept);
+  }
+}
+
+// The blocks are never given back, by design. A lone number is a list of one.
+void warm_heap(Bone* sizes, int count) {
   if (sizes == nullptr || count == 0) return;
-  const auto warm = [](Bone* element, void* how_often) {
-    for (int i = 0; i < *static_cast<int*>(how_often); ++i) {
-      void* volatile kept = std::malloc(size_of(element));
-      static_cast<void>(kept);
-    }
-  };
-  sizes->apply({warm, &count});
+  if (const auto* list = dynamic_cast<const Sequence*>(sizes)) {
+    list->apply({warm_heap, &count});
+  } else {
+    warm_heap(sizes, &count);
+  }
 }
 
 void open_profile() {

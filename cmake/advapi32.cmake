@@ -25,7 +25,20 @@ set(KV_ADVAPI32_SOURCES
   log/system_log.cpp
   notify/input_idle.cpp
   notify/notification.cpp
+  parselib/atom_keys.cpp
+  parselib/frame.cpp
+  parselib/frame_parts.cpp
+  parselib/number_form.cpp
   parselib/profile.cpp
+  parselib/profile_questions.cpp
+  parselib/read_frame.cpp
+  parselib/read_state.cpp
+  parselib/scan_buffer.cpp
+  parselib/scanner.cpp
+  parselib/set_from_profile.cpp
+  parselib/slot_machine.cpp
+  parselib/slots_filter.cpp
+  parselib/values.cpp
   registry/admin.cpp
   registry/admin_recursive.cpp
   registry/ansi_buffers.cpp
@@ -57,6 +70,20 @@ set(KV_ADVAPI32_SOURCES
   thunks/mapping.cpp
   thunks/window_procedures.cpp
 )
+
+# The parsers of frames and lists, made from their grammars.
+find_package(BISON 3.8 REQUIRED)
+set(KV_GRAMMAR_FOLDER ${PROJECT_BINARY_DIR}/parselib)
+file(MAKE_DIRECTORY ${KV_GRAMMAR_FOLDER})
+set(KV_BISON_FLAGS -Wall)
+if(KV_WERROR)
+  string(APPEND KV_BISON_FLAGS " -Werror")
+endif()
+foreach(grammar frame_grammar list_grammar)
+  bison_target(${grammar} parselib/${grammar}.y ${KV_GRAMMAR_FOLDER}/${grammar}.cpp
+               DEFINES_FILE ${KV_GRAMMAR_FOLDER}/${grammar}.h COMPILE_FLAGS ${KV_BISON_FLAGS})
+  list(APPEND KV_ADVAPI32_SOURCES ${BISON_${grammar}_OUTPUTS})
+endforeach()
 
 add_library(advapi32_objects OBJECT ${KV_ADVAPI32_SOURCES})
 target_link_libraries(advapi32_objects PUBLIC kv_house kernel32)

@@ -1,25 +1,71 @@
-// The empty profile.
+// Opening and closing a profile.
 
 #include "parselib/profile.h"
 
+#include <sys/auxv.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 inline namespace kelvane {
+namespace {
 
-Profiler::Profiler(const char*) {}
+// Whoever starts a program with raised rights chooses its folder and its HOME, and so what it would write to.
+bool is_readable(const char* path) { return getauxval(AT_SECURE) == 0 && access(path, R_OK) == 0; }
 
-Profiler::~Profiler() = default;
+// The path of the user's copy; false when there is none.
+bool users_copy(const char* file, char (&out_path)[PATH_MAX]) {
+  const char* const home = std::getenv("HOME");
+  if (home == nullptr) return false;
+  return std::snprintf(out_path, sizeof out_path, "%s/%s", home, base_name(file)) < PATH_MAX;
+}
 
-int Profiler::read_int(const clAtom&, int fallback) const { return fallback; }
+Frame* frame_of(const char* file) { return new Frame_Of_File(kvifstream(file)); }
 
-const char* Profiler::read_string(const clAtom&, const char* fallback) const { return fallback; }
+void merge(Frame& frame, const char* file) {
+  kvifstream in(file);
+  const One_Arm_Bandit machine;
+  clAtom* name = nullptr;
+  Sequence* const slots = read_frame(in, machine, name);
+  if (slots != nullptr) frame.update_slots(*slots);
+  delete name;
+}
 
-const Sequence* Profiler::read_list(const clAtom&, const Sequence* fallback) const { return fallback; }
+// QUIRK given-file-wins: the file's settings win over those of the user's copy, not the other way round.
+Frame* settings_of(const char* file) {
+  char copy[PATH_MAX];
+  const bool file_is_readable = is_readable(file);
+  if (!users_copy(file, copy) || !is_readable(copy)) {
+    return file_is_readable ? frame_of(file) : new Frame_Of_String(kvistrstream("[empty]"));
+  }
+  Frame* const frame = frame_of(copy);
+  if (file_is_readable) merge(*frame, file);
+  return frame;
+}
 
-kvostream* read_stream(const Profiler& profile, const clAtom& name) {
-  constexpr int standard_output = 1;
-  const char* file = profile.read_string(name, "/dev/null");
-  return std::strcmp(file, "-") == 0 ? new kvofstream(standard_output) : new kvofstream(file);
+}  // namespace
+
+const char* base_name(const char* path) {
+  const char* const slash = std::strrchr(path, '/');
+  return slash != nullptr ? slash + 1 : path;
+}
+
+Profiler::Profiler(const char* file) : settings_(settings_of(file)), defaults_(nullptr) {
+  defaults_ = read_stream(*this, clAtom("profile-defaults-file"));
+  if (settings_->get_key() != nullptr) {
+    *defaults_ << '(' << settings_->get_key() << '\n' << kvflush;
+  } else {
+    *defaults_ << "(profile\n" << kvflush;
+  }
+}
+
+Profiler::~Profiler() {
+  *defaults_ << ")\n" << kvflush;
+  delete settings_;
+  delete defaults_;
 }
 
 }  // namespace kelvane

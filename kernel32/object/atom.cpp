@@ -10,7 +10,7 @@ constexpr unsigned hash_factor = 16777619u;
 
 }  // namespace
 
-clAtom::clAtom(const char* text) : Text_Bone(copy_text(text)) {}
+clAtom::clAtom(const char* text) : Text_Bone(text) {}
 
 clAtom::clAtom(const clAtom& other) = default;
 

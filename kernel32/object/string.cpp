@@ -2,8 +2,9 @@
 // backslash is content.
 #include <kelvane/atom.h>
 #include <kelvane/stream.h>
+#include <string.h>
 
-clString::clString(const char* text) : Text_Bone(copy_text(text)) {}
+clString::clString(const char* text) : Text_Bone(text) {}
 
 clString::clString(const clString& other) = default;
 
@@ -19,6 +20,23 @@ void clString::write(kvostream& stream) const {
     stream << (*next == '\n' ? ' ' : *next);
     before = *next;
   }
-  if (before == '\\') stream << ' ';
   stream << '"';
+  if (before == '\\') stream << '\n';
 }
+
+namespace {
+
+char* joined(const char* first, const char* second) {
+  const size_t first_length = first != nullptr ? strlen(first) : 0;
+  const size_t second_length = second != nullptr ? strlen(second) : 0;
+  char* text = clString::allocate(first_length + second_length + 1);
+  if (first_length > 0) memcpy(text, first, first_length);
+  if (second_length > 0) memcpy(text + first_length, second, second_length);
+  return text;
+}
+
+}  // namespace
+
+Concat_Strings::Concat_Strings(const char* first, const char* second) : clString(Owned{joined(first, second)}) {}
+
+Concat_Strings::~Concat_Strings() = default;

@@ -79,7 +79,8 @@ TEST(StartUp, StoresNoValueWhenNoThreadIndexIsLeft) {
   EXPECT_EQ(child.out, "global_init 1\nlibrary globals\nload advapi32impl.dll\nsection\nTlsAlloc\n");
 }
 
-TEST(StartUp, OpensTheCallLogOnTheNullDeviceUntilShutdown) {
+// The call log and the defaults of the profile.
+TEST(StartUp, OpensItsTwoStreamsOnTheNullDeviceUntilShutdown) {
   const Child_Result child = run_child([] {
     choose_witness("1");
     const int before = descriptors_on("/dev/null");
@@ -89,10 +90,10 @@ TEST(StartUp, OpensTheCallLogOnTheNullDeviceUntilShutdown) {
     say("%d\n", descriptors_on("/dev/null") - before);
   });
   EXPECT_EQ(child.exit_status, 0) << child.err;
-  EXPECT_EQ(child.out, "1\n0\n");
+  EXPECT_EQ(child.out, "2\n0\n");
 }
 
-TEST(StartUp, HasItsCallLogBeforeTheImplementationIsCalled) {
+TEST(StartUp, HasItsTwoStreamsBeforeTheImplementationIsCalled) {
   const Child_Result child = run_child([] {
     kvrecording::Control& recording = choose_recording();
     static int before = 0;
@@ -104,7 +105,7 @@ TEST(StartUp, HasItsCallLogBeforeTheImplementationIsCalled) {
     init_advapi32();
   });
   EXPECT_EQ(child.exit_status, 0) << child.err;
-  EXPECT_EQ(child.out, "1\n");
+  EXPECT_EQ(child.out, "2\n");
 }
 
 TEST(StartUp, CallsTheImplementationsEntryOnceWithAFullTableAndADeadRegistry) {

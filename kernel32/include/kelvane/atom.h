@@ -15,15 +15,19 @@ class KV_EXPORT Text_Bone : public Bone {
   const char* text() const { return text_; }
 
  protected:
-  explicit Text_Bone(char* owned) : text_(owned) {}
+  /* A block from new_text, which the object takes over. */
+  struct Owned {
+    char* text;
+  };
+  explicit Text_Bone(Owned owned) : text_(owned.text) {}
+  explicit Text_Bone(const char* text); /* a copy; null is copied as "" */
   Text_Bone(const Text_Bone& other);
 
-  /* Blocks of text from the base library's heap. */
-  static char* copy_text(const char* text); /* null is copied as "" */
-  static char* new_text(size_t size);       /* zeroed */
+  static char* new_text(size_t size); /* zeroed, from the base library's heap */
 
  private:
-  char* text_;
+  char* text_; /* a block of its own, or short_text_ */
+  char short_text_[24];
 };
 
 /* A name. Writes itself bare. */
@@ -40,8 +44,8 @@ class KV_EXPORT clAtom final : public Text_Bone {
 /*
  * A quoted text. Writes itself in double quotes. Readers keep a backslash before a quote as content and know
  * no other escape, so what they have read is written back exactly; what they could not have read is bent to
- * stay readable: a bare quote gets a backslash, a newline becomes a blank, and a blank follows a backslash at
- * the end.
+ * stay readable: a bare quote gets a backslash and a newline becomes a blank. Behind a string that ends with a
+ * backslash stands a newline, because a further quote on the line would draw it on.
  */
 class KV_EXPORT clString : public Text_Bone {
  public:
@@ -56,11 +60,15 @@ class KV_EXPORT clString : public Text_Bone {
 
   void write(kvostream& stream) const override;
 
- private:
-  struct Owned {
-    char* text;
-  };
-  explicit clString(Owned owned) : Text_Bone(owned.text) {}
+ protected:
+  explicit clString(Owned owned) : Text_Bone(owned) {}
+};
+
+/* Two texts joined; null is "". */
+class KV_EXPORT Concat_Strings final : public clString {
+ public:
+  Concat_Strings(const char* first, const char* second);
+  ~Concat_Strings() override;
 };
 
 /* Compares as strcmp, upper and lower case apart: -1, 0 or 1. */

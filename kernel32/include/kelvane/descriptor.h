@@ -112,6 +112,8 @@ class KV_EXPORT Use_Close_Hash final : public Set_Desc {
   Keyed_Set* operator()(const Elem_Methods& elements, const Key_Methods& keys) const override;
   Use_Close_Hash* spawn() const override;
 
+  int size() const { return size_; }
+
  private:
   int size_;
 };
@@ -122,6 +124,8 @@ class KV_EXPORT Use_Open_Hash final : public Set_Desc {
   ~Use_Open_Hash() override;
   Keyed_Set* operator()(const Elem_Methods& elements, const Key_Methods& keys) const override;
   Use_Open_Hash* spawn() const override;
+
+  int size() const { return size_; }
 
  private:
   int size_;

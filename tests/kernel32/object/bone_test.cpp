@@ -136,6 +136,37 @@ TEST(Sequence, RemoveTakesTheLastOccurrence) {
   EXPECT_FALSE(sequence->remove(&twice));
 }
 
+// Filled and emptied in turn, so that its room is used again and grows.
+TEST(Sequence, KeepsTheOrderHoweverItIsFilledAndEmptied) {
+  std::vector<Bone> bones(1000);
+  Unique_Sequence sequence = new_sequence();
+  size_t inserted = 0;
+  size_t removed = 0;
+  for (size_t round = 1; inserted < bones.size(); ++round) {
+    for (size_t i = 0; i < 7 && inserted < bones.size(); ++i) sequence->insert(&bones[inserted++]);
+    for (size_t i = 0; i < round % 9 && removed < inserted; ++i) {
+      Bone* out = nullptr;
+      ASSERT_TRUE(sequence->remove_first(out));
+      ASSERT_EQ(out, &bones[removed++]);
+    }
+    ASSERT_EQ(sequence->count(), inserted - removed);
+    ASSERT_EQ(sequence->at(0), removed < inserted ? &bones[removed] : nullptr);
+  }
+}
+
+TEST(Sequence, ClosesTheGapOfARemovedElement) {
+  Bone bones[4];
+  Unique_Sequence sequence = new_sequence();
+  for (Bone& bone : bones) sequence->insert(&bone);
+  Bone* out = nullptr;
+  sequence->remove_first(out);
+  EXPECT_TRUE(sequence->remove(&bones[2]));
+  EXPECT_FALSE(sequence->remove(&bones[0]));
+  EXPECT_EQ(sequence->count(), 2u);
+  EXPECT_EQ(sequence->at(0), &bones[1]);
+  EXPECT_EQ(sequence->at(1), &bones[3]);
+}
+
 TEST(Sequence, ItsDestructorLeavesTheElements) {
   std::string ends;
   Counted_Bone element(ends, 'a');

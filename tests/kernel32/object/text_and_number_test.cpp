@@ -51,7 +51,27 @@ TEST(String, WritesItselfInQuotesWithItsContentAsItIs) {
 TEST(String, WritesWhatNoReaderGivesSoThatItStaysReadable) {
   EXPECT_EQ(written(clString("a\"b")), "\"a\\\"b\"");
   EXPECT_EQ(written(clString("a\nb")), "\"a b\"");
-  EXPECT_EQ(written(clString("C:\\dir\\")), "\"C:\\dir\\ \"");
+}
+
+// Another quote on the same line would be drawn into the string.
+TEST(String, ThatEndsWithABackslashEndsItsLine) { EXPECT_EQ(written(clString("C:\\dir\\")), "\"C:\\dir\\\"\n"); }
+
+TEST(Atom, KeepsTextsOfEveryLength) {
+  for (size_t length : {0, 1, 22, 23, 24, 25, 1000}) {
+    const std::string text(length, 'x');
+    const clAtom atom(text.c_str());
+    const clAtom copy(atom);
+    EXPECT_EQ(atom.text(), text);
+    EXPECT_EQ(copy.text(), text);
+    EXPECT_NE(copy.text(), atom.text());
+  }
+}
+
+TEST(ConcatStrings, JoinsTwoTextsAndTakesNullForNone) {
+  EXPECT_STREQ(Concat_Strings("a\t", "\tb").text(), "a\t\tb");
+  EXPECT_STREQ(Concat_Strings(nullptr, "b").text(), "b");
+  EXPECT_STREQ(Concat_Strings("a", nullptr).text(), "a");
+  EXPECT_STREQ(Concat_Strings(nullptr, nullptr).text(), "");
 }
 
 TEST(String, IsNoAtom) { EXPECT_FALSE(clString("x").is_atom()); }
