@@ -5,6 +5,7 @@
 #ifndef KELVANE_WINDOWS_H
 #define KELVANE_WINDOWS_H
 
+#include "guiddef.h"
 #include "winbase.h"
 #include "windef.h"
 #include "winerror.h"
