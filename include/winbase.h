@@ -224,6 +224,9 @@ KV_EXPORT BOOL WINAPI GetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL
  */
 KV_EXPORT BOOL WINAPI SetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL_INFORMATION_CLASS information);
 
+/* Writes "Called DeregisterEventSource" to the library's call log, when it has one; FALSE. */
+KV_EXPORT BOOL WINAPI DeregisterEventSource(HANDLE event_log);
+
 KV_END_C
 
 #if !defined(UNICODE) && !defined(_UNICODE)
@@ -233,5 +236,6 @@ KV_END_C
 
 /* Headers that belong to this one. */
 #include "kelvane/base_services.h"
+#include "securitybaseapi.h"
 
 #endif
