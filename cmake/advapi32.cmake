@@ -13,6 +13,9 @@ set(KV_ADVAPI32_SOURCES
   bootstrap/registry_bind.cpp
   bootstrap/registry_table.cpp
   bootstrap/startup.cpp
+  ddr/frames.cpp
+  ddr/records.cpp
+  ddr/scalars.cpp
   log/kv_log.cpp
   log/log_path.cpp
   log/process_logs.cpp

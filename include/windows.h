@@ -5,9 +5,11 @@
 #ifndef KELVANE_WINDOWS_H
 #define KELVANE_WINDOWS_H
 
+#include "guiddef.h"
 #include "winbase.h"
 #include "windef.h"
 #include "winerror.h"
+#include "wingdi.h"
 #include "winnt.h"
 #include "winreg.h"
 
