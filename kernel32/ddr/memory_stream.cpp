@@ -8,23 +8,30 @@ uint8_t big_endian(uint8_t value) { return value; }
 uint16_t big_endian(uint16_t value) { return __builtin_bswap16(value); }
 uint32_t big_endian(uint32_t value) { return __builtin_bswap32(value); }
 
+// Moves the stream over the next size bytes, which stand at *at; false when there are not as many.
+inline bool take(DDR* stream, size_t size, BYTE** at) {
+  *at = stream->next;
+  if (static_cast<size_t>(stream->end - *at) < size) return false;
+  stream->next = *at + size;
+  return true;
+}
+
 // Converts an integer as the bit pattern Bits, which has its width.
 template <class Bits, class Integer>
 int convert(DDR* stream, Integer* value) {
   static_assert(sizeof(Bits) == sizeof(Integer));
-  if (stream->op == DDR_FREE) return 1;
-  if (static_cast<size_t>(stream->end - stream->next) < sizeof(Bits)) return 0;
+  BYTE* at;
   Bits bits;
   if (stream->op == DDR_ENCODE) {
+    if (!take(stream, sizeof bits, &at)) return 0;
     bits = big_endian(static_cast<Bits>(*value));
-    memcpy(stream->next, &bits, sizeof bits);
-  } else if (stream->op == DDR_DECODE) {
-    memcpy(&bits, stream->next, sizeof bits);
-    *value = static_cast<Integer>(big_endian(bits));
-  } else {
-    return 0;
+    memcpy(at, &bits, sizeof bits);
+    return 1;
   }
-  stream->next += sizeof bits;
+  if (stream->op != DDR_DECODE) return stream->op == DDR_FREE ? 1 : 0;
+  if (!take(stream, sizeof bits, &at)) return 0;
+  memcpy(&bits, at, sizeof bits);
+  *value = static_cast<Integer>(big_endian(bits));
   return 1;
 }
 
