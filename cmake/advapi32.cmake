@@ -53,6 +53,11 @@ set(KV_ADVAPI32_SOURCES
   regserver/connect_data.cpp
   regserver/connect_lock.cpp
   regserver/exports.cpp
+  security/ace.cpp
+  security/acl.cpp
+  security/native.cpp
+  security/sid.cpp
+  security/sid_text.cpp
   thunks/mapping.cpp
 )
 

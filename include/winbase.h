@@ -114,6 +114,116 @@ KV_EXPORT BOOL WINAPI GetComputerNameA(LPSTR name, LPDWORD size);
 /* Adds 1 atomically, as a full barrier; returns the new value. */
 KV_EXPORT LONG WINAPI InterlockedIncrement(LONG volatile* value);
 
+/* ==== Security identifiers, access-control lists and security descriptors ==== */
+
+/*
+ * They work on the caller's memory, wherever it lies, and ask nobody: nothing here grants or refuses access.
+ * Results are TRUE or FALSE unless told otherwise; a failure leaves the caller's data as it was. None sets the
+ * last error, but for MakeAbsoluteSD and MakeSelfRelativeSD. A pointer may be null only where the text says so.
+ * Any thread may call them; a list or descriptor that is being changed belongs to one thread.
+ *
+ * A SID's length is 8 + 4 for each sub-authority that it counts; nothing else is looked at to find it.
+ */
+
+/*
+ * Allocates a SID with the first count of eight sub-authorities, for FreeSid (or free) to release. A count above
+ * 8 is not refused: the sub-authorities beyond the eighth are 0. The memory is not checked for.
+ */
+KV_EXPORT BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first,
+                                               DWORD second, DWORD third, DWORD fourth, DWORD fifth, DWORD sixth,
+                                               DWORD seventh, DWORD eighth, PSID* out_sid);
+
+/* Releases what AllocateAndInitializeSid gave; null is borne. Returns null. */
+KV_EXPORT PVOID WINAPI FreeSid(PSID sid);
+
+/*
+ * Clears the first 12 bytes, also of a SID without sub-authorities, and writes revision, authority and count; any
+ * count is taken. Sub-authorities but the first are left as they were. TRUE.
+ */
+KV_EXPORT BOOL WINAPI InitializeSid(PSID sid, PSID_IDENTIFIER_AUTHORITY authority, BYTE count);
+
+/* FALSE when source needs more than destination_size bytes. A null source copies nothing and is TRUE. */
+KV_EXPORT BOOL WINAPI CopySid(DWORD destination_size, PSID destination, PSID source);
+
+/* Whether both are byte for byte the same; FALSE when one is null. */
+KV_EXPORT BOOL WINAPI EqualSid(PSID first, PSID second);
+
+/*
+ * Whether both are the same but for their last sub-authority. SIDs of different counts never are; of two without
+ * sub-authorities only the first four bytes are compared. FALSE when one is null.
+ */
+KV_EXPORT BOOL WINAPI EqualPrefixSid(PSID first, PSID second);
+
+/* The length in bytes of a SID (0 for null), and of one with count sub-authorities. */
+KV_EXPORT DWORD WINAPI GetLengthSid(PSID sid);
+KV_EXPORT DWORD WINAPI GetSidLengthRequired(UCHAR count);
+
+/* Addresses inside the SID. The index is not held against the count. */
+KV_EXPORT PSID_IDENTIFIER_AUTHORITY WINAPI GetSidIdentifierAuthority(PSID sid);
+KV_EXPORT PDWORD WINAPI GetSidSubAuthority(PSID sid, DWORD index);
+KV_EXPORT PUCHAR WINAPI GetSidSubAuthorityCount(PSID sid);
+
+/* Whether the revision is 1 and the count at most 15. */
+KV_EXPORT BOOL WINAPI IsValidSid(PSID sid);
+
+/*
+ * Access-control lists. The bytes in use are 8 and the AceSize of each of the AceCount entries, found by walking
+ * them; the free bytes are AclSize less those. The walks believe AceCount and AceSize: before a list from
+ * elsewhere goes to GetAce, FindFirstFreeAce, GetAclInformation or a descriptor, give it to IsValidAcl.
+ */
+
+/*
+ * Makes an empty list of size bytes, of which the low 16 bits are kept. FALSE for a null list, a size below 8 or a
+ * revision other than ACL_REVISION.
+ */
+KV_EXPORT BOOL WINAPI InitializeAcl(PACL acl, DWORD size, DWORD revision);
+
+/* Whether the revision is ACL_REVISION and the bytes in use are no more than AclSize. */
+KV_EXPORT BOOL WINAPI IsValidAcl(PACL acl);
+
+/*
+ * Append an entry behind all others. FALSE for a null list or SID, a revision other than ACL_REVISION, or fewer
+ * free bytes than the SID has: the 8 bytes before the SID are not counted, so a list may be overrun by up to 8
+ * bytes. Keep 8 bytes behind the list, or count them yourself before the last entry.
+ */
+KV_EXPORT BOOL WINAPI AddAccessAllowedAce(PACL acl, DWORD revision, DWORD mask, PSID sid);
+KV_EXPORT BOOL WINAPI AddAccessDeniedAce(PACL acl, DWORD revision, DWORD mask, PSID sid);
+KV_EXPORT BOOL WINAPI AddAuditAccessAce(PACL acl, DWORD revision, DWORD mask, PSID sid, BOOL audit_success,
+                                        BOOL audit_failure);
+
+/*
+ * Adds a list of entries of list_size bytes. With an index of AceCount or more (0xFFFFFFFF is usual) it is
+ * appended; an index inside the list does not insert: it moves what stands behind that entry to list_size
+ * bytes behind the entry's beginning. AceCount grows by one, whatever the list holds. The revision is ignored.
+ * FALSE for a null list, less than 4 bytes, or fewer free bytes than that.
+ */
+KV_EXPORT BOOL WINAPI AddAce(PACL acl, DWORD revision, DWORD index, LPVOID list, DWORD list_size);
+
+/*
+ * Removes the entry of this number; 1 is the first. The free bytes are cleared. Number 0 removes no entry and
+ * still lowers AceCount by one, also from 0 to 65535. FALSE for a null list, a number above AceCount or negative
+ * as a LONG, or when there is no memory.
+ */
+KV_EXPORT BOOL WINAPI DeleteAce(PACL acl, DWORD number);
+
+/* The entry of this number; 1 is the first, and so is 0. FALSE for a null list or a number above AceCount. */
+KV_EXPORT BOOL WINAPI GetAce(PACL acl, DWORD number, LPVOID* out_ace);
+
+/* The address behind the last entry, null for a null list. FALSE always: look at the address. */
+KV_EXPORT BOOL WINAPI FindFirstFreeAce(PACL acl, LPVOID* out_ace);
+
+/*
+ * Fills an ACL_REVISION_INFORMATION (class 1) or ACL_SIZE_INFORMATION (class 2). FALSE for a null buffer, one that
+ * is too small, or another class.
+ */
+KV_EXPORT BOOL WINAPI GetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL_INFORMATION_CLASS information);
+
+/*
+ * Stores the low byte of an ACL_REVISION_INFORMATION as the list's revision, whichever, and whatever the class.
+ * FALSE for a null list or buffer, or a size other than 4.
+ */
+KV_EXPORT BOOL WINAPI SetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL_INFORMATION_CLASS information);
+
 KV_END_C
 
 #if !defined(UNICODE) && !defined(_UNICODE)

@@ -1,0 +1,42 @@
+/*
+ * Security beyond the functions of winbase.h: their native forms, a SID as text, descriptors as registry values,
+ * and who may use and start COM servers. All have C linkage; any thread may call.
+ */
+#ifndef KELVANE_SECURITY_H
+#define KELVANE_SECURITY_H
+
+#include "../guiddef.h"
+#include "../winbase.h"
+#include "../winreg.h"
+
+KV_BEGIN_C
+
+/*
+ * Native forms. Each calls the function of winbase.h that it is named after and tells the outcome in its own
+ * way; look at the arguments rather than at the result of those that return the last error.
+ */
+
+/* 0, or 13 for a failure. */
+KV_EXPORT NTSTATUS RtlAllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, UCHAR count, ULONG first,
+                                               ULONG second, ULONG third, ULONG fourth, ULONG fifth, ULONG sixth,
+                                               ULONG seventh, ULONG eighth, PSID* out_sid);
+KV_EXPORT NTSTATUS RtlCopySid(ULONG destination_size, PSID destination, PSID source);
+
+/* TRUE or FALSE as a byte; a length in bytes. */
+KV_EXPORT BOOLEAN RtlEqualSid(PSID first, PSID second);
+KV_EXPORT ULONG RtlLengthSid(PSID sid);
+
+/* The thread's last error, whatever the outcome. */
+KV_EXPORT NTSTATUS RtlCreateAcl(PACL acl, ULONG size, ULONG revision);
+KV_EXPORT NTSTATUS RtlAddAce(PACL acl, ULONG revision, ULONG index, PVOID list, ULONG list_size);
+
+/*
+ * Writes a SID as "S-5-32" would be expected, but with bytes 2 to 5 of the authority as one signed number, low
+ * byte first: the NT authority with sub-authority 32 is "S-83886080-32". Sub-authorities are signed too. Returns
+ * 1, or 0 with nothing written for a SID that is not valid. out takes up to 194 bytes, the terminator included.
+ */
+KV_EXPORT int AdvPrintSid(PSID sid, char* out);
+
+KV_END_C
+
+#endif
