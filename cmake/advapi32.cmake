@@ -53,11 +53,16 @@ set(KV_ADVAPI32_SOURCES
   regserver/connect_data.cpp
   regserver/connect_lock.cpp
   regserver/exports.cpp
+  security/access_check.cpp
+  security/access_check_groups.cpp
   security/ace.cpp
   security/acl.cpp
+  security/impersonation.cpp
   security/native.cpp
   security/sid.cpp
   security/sid_text.cpp
+  security/token.cpp
+  security/token_native.cpp
   thunks/mapping.cpp
 )
 

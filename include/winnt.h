@@ -14,18 +14,6 @@ typedef DWORD SECURITY_INFORMATION, *PSECURITY_INFORMATION;
 typedef PVOID PSECURITY_DESCRIPTOR;
 typedef PVOID PSID;
 
-typedef union _LARGE_INTEGER {
-  __extension__ struct {
-    DWORD LowPart;
-    LONG HighPart;
-  };
-  struct {
-    DWORD LowPart;
-    LONG HighPart;
-  } u;
-  LONGLONG QuadPart;
-} LARGE_INTEGER, *PLARGE_INTEGER;
-
 #if defined(UNICODE) || defined(_UNICODE)
 typedef WCHAR TCHAR, *PTCHAR;
 typedef LPWSTR PTSTR, LPTSTR;
@@ -260,132 +248,8 @@ static_assert(offsetof(SECURITY_DESCRIPTOR, Sacl) == 24 && offsetof(SECURITY_DES
               "the header's layout");
 #endif
 
-/* ==== Locally unique ids and access tokens ==== */
-
-typedef struct _LUID {
-  DWORD LowPart;
-  LONG HighPart;
-} LUID, *PLUID;
-
-typedef struct _LUID_AND_ATTRIBUTES {
-  LUID Luid;
-  DWORD Attributes;
-} LUID_AND_ATTRIBUTES, *PLUID_AND_ATTRIBUTES;
-
-typedef struct _PRIVILEGE_SET {
-  DWORD PrivilegeCount;
-  DWORD Control;
-  LUID_AND_ATTRIBUTES Privilege[ANYSIZE_ARRAY]; /* PrivilegeCount of them */
-} PRIVILEGE_SET, *PPRIVILEGE_SET;
-
-/* What the four generic rights stand for in an object's own rights. */
-typedef struct _GENERIC_MAPPING {
-  ACCESS_MASK GenericRead;
-  ACCESS_MASK GenericWrite;
-  ACCESS_MASK GenericExecute;
-  ACCESS_MASK GenericAll;
-} GENERIC_MAPPING, *PGENERIC_MAPPING;
-
-/* Rights of a token handle. */
-#define TOKEN_ASSIGN_PRIMARY 0x0001u
-#define TOKEN_DUPLICATE 0x0002u
-#define TOKEN_IMPERSONATE 0x0004u
-#define TOKEN_QUERY 0x0008u
-#define TOKEN_QUERY_SOURCE 0x0010u
-#define TOKEN_ADJUST_PRIVILEGES 0x0020u
-#define TOKEN_ADJUST_GROUPS 0x0040u
-#define TOKEN_ADJUST_DEFAULT 0x0080u
-#define TOKEN_READ 0x00020008u
-
-/* What GetTokenInformation knows, and the records that it asks room for. */
-typedef enum _TOKEN_INFORMATION_CLASS {
-  TokenUser = 1,
-  TokenGroups,
-  TokenPrivileges,
-  TokenOwner,
-  TokenPrimaryGroup,
-  TokenDefaultDacl,
-  TokenSource,
-  TokenType,
-  TokenImpersonationLevel,
-  TokenStatistics
-} TOKEN_INFORMATION_CLASS,
-    *PTOKEN_INFORMATION_CLASS;
-
-typedef enum _TOKEN_TYPE { TokenPrimary = 1, TokenImpersonation } TOKEN_TYPE, *PTOKEN_TYPE;
-
-typedef enum _SECURITY_IMPERSONATION_LEVEL {
-  SecurityAnonymous,
-  SecurityIdentification,
-  SecurityImpersonation,
-  SecurityDelegation
-} SECURITY_IMPERSONATION_LEVEL,
-    *PSECURITY_IMPERSONATION_LEVEL;
-
-typedef struct _SID_AND_ATTRIBUTES {
-  PSID Sid;
-  DWORD Attributes;
-} SID_AND_ATTRIBUTES, *PSID_AND_ATTRIBUTES;
-
-typedef struct _TOKEN_USER {
-  SID_AND_ATTRIBUTES User;
-} TOKEN_USER, *PTOKEN_USER;
-
-typedef struct _TOKEN_GROUPS {
-  DWORD GroupCount;
-  SID_AND_ATTRIBUTES Groups[ANYSIZE_ARRAY]; /* GroupCount of them */
-} TOKEN_GROUPS, *PTOKEN_GROUPS;
-
-typedef struct _TOKEN_PRIVILEGES {
-  DWORD PrivilegeCount;
-  LUID_AND_ATTRIBUTES Privileges[ANYSIZE_ARRAY]; /* PrivilegeCount of them */
-} TOKEN_PRIVILEGES, *PTOKEN_PRIVILEGES;
-
-typedef struct _TOKEN_OWNER {
-  PSID Owner;
-} TOKEN_OWNER, *PTOKEN_OWNER;
-
-typedef struct _TOKEN_PRIMARY_GROUP {
-  PSID PrimaryGroup;
-} TOKEN_PRIMARY_GROUP, *PTOKEN_PRIMARY_GROUP;
-
-typedef struct _TOKEN_DEFAULT_DACL {
-  PACL DefaultDacl;
-} TOKEN_DEFAULT_DACL, *PTOKEN_DEFAULT_DACL;
-
-typedef struct _TOKEN_SOURCE {
-  CHAR SourceName[8];
-  LUID SourceIdentifier;
-} TOKEN_SOURCE, *PTOKEN_SOURCE;
-
-typedef struct _TOKEN_STATISTICS {
-  LUID TokenId;
-  LUID AuthenticationId;
-  LARGE_INTEGER ExpirationTime;
-  TOKEN_TYPE TokenType;
-  SECURITY_IMPERSONATION_LEVEL ImpersonationLevel;
-  DWORD DynamicCharged;
-  DWORD DynamicAvailable;
-  DWORD GroupCount;
-  DWORD PrivilegeCount;
-  LUID ModifiedId;
-} TOKEN_STATISTICS, *PTOKEN_STATISTICS;
-
-#ifdef __cplusplus
-static_assert(sizeof(LUID) == 8 && sizeof(LUID_AND_ATTRIBUTES) == 12, "the published layout");
-static_assert(sizeof(PRIVILEGE_SET) == 20 && offsetof(PRIVILEGE_SET, Privilege) == 8, "the published layout");
-static_assert(sizeof(GENERIC_MAPPING) == 16, "the published layout");
-static_assert(sizeof(TOKEN_USER) == 16 && offsetof(SID_AND_ATTRIBUTES, Attributes) == 8, "the published layout");
-static_assert(sizeof(TOKEN_GROUPS) == 24 && offsetof(TOKEN_GROUPS, Groups) == 8, "the published layout");
-static_assert(sizeof(TOKEN_PRIVILEGES) == 16 && offsetof(TOKEN_PRIVILEGES, Privileges) == 4, "the published layout");
-static_assert(sizeof(TOKEN_OWNER) == 8 && sizeof(TOKEN_PRIMARY_GROUP) == 8, "the published layout");
-static_assert(sizeof(TOKEN_DEFAULT_DACL) == 8, "the published layout");
-static_assert(sizeof(TOKEN_SOURCE) == 16 && offsetof(TOKEN_SOURCE, SourceIdentifier) == 8, "the published layout");
-static_assert(sizeof(TOKEN_TYPE) == 4 && sizeof(SECURITY_IMPERSONATION_LEVEL) == 4, "the published layout");
-static_assert(sizeof(TOKEN_STATISTICS) == 56 && offsetof(TOKEN_STATISTICS, AuthenticationId) == 8 &&
-                  offsetof(TOKEN_STATISTICS, TokenType) == 24 && offsetof(TOKEN_STATISTICS, ModifiedId) == 48,
-              "the published layout");
-#endif
+#include "kelvane/privilege_types.h"
+#include "kelvane/token_types.h"
 
 /* Statuses of the native interface. */
 #define STATUS_SUCCESS ((NTSTATUS)0x00000000)
