@@ -11,6 +11,7 @@
 #include "winbase.h"
 #include "windef.h"
 #include "winerror.h"
+#include "wingdi.h"
 #include "winnetwk.h"
 #include "winnt.h"
 #include "winreg.h"
