@@ -115,7 +115,8 @@ KV_EXPORT NTSTATUS NTAPI LsaLogonUser(HANDLE lsa, PLSA_STRING origin_name, SECUR
  * Information of one class in *out_buffer. In this process: PolicyAccountDomainInformation, with the host's name and
  * the SID S-1-5-21-0-0-0 that local accounts begin with; PolicyPrimaryDomainInformation, with the name "WORKGROUP" and
  * a null SID, since the machine is in no domain. The buffer belongs to the library and stays good. The handle is not
- * looked at. STATUS_INVALID_PARAMETER for another class or a null out_buffer.
+ * looked at. STATUS_NOT_SUPPORTED for another class of the enumeration, STATUS_INVALID_PARAMETER for any other number
+ * or a null out_buffer.
  */
 KV_EXPORT NTSTATUS NTAPI LsaQueryInformationPolicy(LSA_HANDLE policy, POLICY_INFORMATION_CLASS information_class,
                                                    PVOID* out_buffer);

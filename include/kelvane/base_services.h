@@ -131,9 +131,9 @@ KV_EXPORT ULONGLONG WINAPI GetTickCount64(void);
 KV_EXPORT void WINAPI Sleep(DWORD milliseconds);
 
 /*
- * The login name of the effective user. *size is the room in characters on entry and the length with the terminator
- * on return, also when it does not fit: FALSE with ERROR_INSUFFICIENT_BUFFER. ERROR_NONE_MAPPED for a user without a
- * name, ERROR_INVALID_PARAMETER for a null size.
+ * The login name of the user whom the calling thread impersonates, else of the effective user. *size is the room in
+ * characters on entry and the length with the terminator on return, also when it does not fit: FALSE with
+ * ERROR_INSUFFICIENT_BUFFER. ERROR_NONE_MAPPED for a user without a name, ERROR_INVALID_PARAMETER for a null size.
  */
 #define UNLEN 256
 KV_EXPORT BOOL WINAPI GetUserNameA(LPSTR name, LPDWORD size);

@@ -15,13 +15,13 @@ KV_EXPORT INT_PTR KvLsaInit(void* a, void* b, void* c, void* d, void* e, void* f
 
 /*
  * Whether a user is an administrator. In this process a is the user's name as wide text, null for the calling
- * process's effective user; TRUE for user 0 and FALSE for any other, with the last error ERROR_NO_SUCH_USER when there
- * is no user of that name.
+ * thread's (the one it impersonates, else the effective one); TRUE for user 0 and FALSE for any other, with the last
+ * error ERROR_NO_SUCH_USER when there is no user of that name.
  */
 KV_EXPORT INT_PTR KvIsAdministrator(void* a, void* b, void* c, void* d, void* e, void* f);
 
 /*
- * The number of a user on this host. In this process a is the user's name as wide text, null for the effective user,
+ * The number of a user on this host. In this process a is the user's name as wide text, null for the thread's,
  * and b the address of a DWORD for the number, or null. TRUE, or FALSE with ERROR_NO_SUCH_USER and nothing stored.
  */
 KV_EXPORT INT_PTR KvMapImpersonatedUser(void* a, void* b, void* c, void* d, void* e, void* f);

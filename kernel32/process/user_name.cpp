@@ -1,4 +1,5 @@
-// The name of the user as whom the process acts.
+// The name of the user as whom the calling thread acts.
+#include <kelvane/impersonation.h>
 #include <pwd.h>
 #include <unistd.h>
 #include <winbase.h>
@@ -22,6 +23,12 @@ std::string login_name(uid_t user) {
     if (error != ERANGE) return error == 0 && found != nullptr ? found->pw_name : "";
     room.resize(2 * room.size());
   }
+}
+
+// The user whom the thread impersonates, else the effective one.
+uid_t user_of_thread() {
+  const DWORD impersonated = KvTTGetUid();
+  return impersonated != 0 ? impersonated - 1 : geteuid();
 }
 
 BOOL fail(DWORD code) {
@@ -52,10 +59,10 @@ std::wstring wide(const std::string& text) {
 
 BOOL WINAPI GetUserNameA(LPSTR name, LPDWORD size) {
   if (size == nullptr) return fail(ERROR_INVALID_PARAMETER);
-  return give(login_name(geteuid()), name, size);
+  return give(login_name(user_of_thread()), name, size);
 }
 
 BOOL WINAPI GetUserNameW(LPWSTR name, LPDWORD size) {
   if (size == nullptr) return fail(ERROR_INVALID_PARAMETER);
-  return give(wide(login_name(geteuid())), name, size);
+  return give(wide(login_name(user_of_thread())), name, size);
 }

@@ -1,5 +1,6 @@
 // Who this process is, its user's name, and time.
 #include <gtest/gtest.h>
+#include <kelvane/impersonation.h>
 #include <pwd.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -46,6 +47,18 @@ TEST(UserName, IsTheEffectiveUsersAndItsLengthCountsTheTerminator) {
   EXPECT_EQ(GetUserNameW(wide, &size), TRUE);
   EXPECT_EQ(std::wstring(wide), std::wstring(name.begin(), name.end()));
   EXPECT_EQ(size, name.size() + 1);
+}
+
+TEST(UserName, IsTheImpersonatedUsers) {
+  std::string name;
+  std::thread([&] {
+    KvTTSetUid(0 + 1);
+    char out[257] = "";
+    DWORD size = sizeof out;
+    GetUserNameA(out, &size);
+    name = out;
+  }).join();
+  EXPECT_EQ(name, "root");
 }
 
 TEST(UserName, TellsTheSizeNeeded) {
