@@ -46,6 +46,14 @@ set(KV_ADVAPI32_SOURCES
   registry/hkcu_file.cpp
   registry/hkcu_reader.cpp
   registry/keys.cpp
+  registry/later/copy_tree.cpp
+  registry/later/current_user.cpp
+  registry/later/delete_tree.cpp
+  registry/later/get_value.cpp
+  registry/later/key_value.cpp
+  registry/later/path_list.cpp
+  registry/later/reflection.cpp
+  registry/later/rename_key.cpp
   registry/proxy_file.cpp
   registry/query_info.cpp
   registry/query_multiple.cpp
