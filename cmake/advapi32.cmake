@@ -52,6 +52,9 @@ set(KV_ADVAPI32_SOURCES
   regserver/exports.cpp
   security/ace.cpp
   security/acl.cpp
+  security/descriptor.cpp
+  security/descriptor_conversion.cpp
+  security/descriptor_parts.cpp
   security/native.cpp
   security/sid.cpp
   security/sid_text.cpp

@@ -21,6 +21,8 @@ KV_EXPORT NTSTATUS RtlAllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authori
                                                ULONG second, ULONG third, ULONG fourth, ULONG fifth, ULONG sixth,
                                                ULONG seventh, ULONG eighth, PSID* out_sid);
 KV_EXPORT NTSTATUS RtlCopySid(ULONG destination_size, PSID destination, PSID source);
+KV_EXPORT NTSTATUS RtlSetDaclSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, BOOLEAN present, PACL dacl,
+                                                BOOLEAN defaulted);
 
 /* TRUE or FALSE as a byte; a length in bytes. */
 KV_EXPORT BOOLEAN RtlEqualSid(PSID first, PSID second);
@@ -29,6 +31,13 @@ KV_EXPORT ULONG RtlLengthSid(PSID sid);
 /* The thread's last error, whatever the outcome. */
 KV_EXPORT NTSTATUS RtlCreateAcl(PACL acl, ULONG size, ULONG revision);
 KV_EXPORT NTSTATUS RtlAddAce(PACL acl, ULONG revision, ULONG index, PVOID list, ULONG list_size);
+KV_EXPORT NTSTATUS RtlCreateSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, ULONG revision);
+KV_EXPORT NTSTATUS RtlSetSaclSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL sacl,
+                                                BOOL defaulted);
+KV_EXPORT NTSTATUS RtlSetOwnerSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, PSID owner, BOOL defaulted);
+
+/* 1 on success, for a failure the thread's last error. */
+KV_EXPORT NTSTATUS RtlSetGroupSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, PSID group, BOOL defaulted);
 
 /*
  * Writes a SID as "S-5-32" would be expected, but with bytes 2 to 5 of the authority as one signed number, low
