@@ -56,6 +56,8 @@ set(KV_ADVAPI32_SOURCES
   security/descriptor_conversion.cpp
   security/descriptor_parts.cpp
   security/native.cpp
+  security/registry_descriptor.cpp
+  security/registry_descriptor_values.cpp
   security/sid.cpp
   security/sid_text.cpp
   thunks/mapping.cpp

@@ -46,6 +46,34 @@ KV_EXPORT NTSTATUS RtlSetGroupSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor
  */
 KV_EXPORT int AdvPrintSid(PSID sid, char* out);
 
+/*
+ * Store a self-relative descriptor of the layer's form as a value of the registry, with any type but the three of
+ * text, and read it back. Owner and group are converted into a form that every host reads; the bytes of the lists
+ * are not stored. Descriptors of up to 4,096 bytes are taken.
+ *
+ * The value has `length` bytes, so give the descriptor's own length less 20, its length as it is stored: then a
+ * query with the descriptor's own length reads it back. An absent owner or group (offset 0) is not to be stored:
+ * the header is then written as that SID, over itself, and the other offset is lost. A null descriptor, or one
+ * whose header cannot be read, is a fault; a SID that cannot be read is stored as zeros.
+ *
+ * Results are those of RegSetValueEx and RegQueryValueEx, and ERROR_INVALID_PARAMETER (87) for a length above
+ * 4,096, with nothing read. Names of the wide forms are in the host's wchar_t.
+ */
+KV_EXPORT LSTATUS WINAPI RegSetSDExA(HKEY key, LPCSTR value_name, DWORD reserved, DWORD type,
+                                     PSECURITY_DESCRIPTOR descriptor, DWORD length);
+KV_EXPORT LSTATUS WINAPI RegSetSDExW(HKEY key, LPCWSTR value_name, DWORD reserved, DWORD type,
+                                     PSECURITY_DESCRIPTOR descriptor, DWORD length);
+
+/*
+ * *length is the room at descriptor in bytes. It becomes the room needed with ERROR_MORE_DATA (234), and with a null
+ * descriptor also on success; otherwise it stays. Without a length only an empty value can be read. Nothing is
+ * written outside the room, whatever the value says.
+ */
+KV_EXPORT LSTATUS WINAPI RegQuerySDExA(HKEY key, LPCSTR value_name, LPDWORD reserved, LPDWORD type,
+                                       PSECURITY_DESCRIPTOR descriptor, LPDWORD length);
+KV_EXPORT LSTATUS WINAPI RegQuerySDExW(HKEY key, LPCWSTR value_name, LPDWORD reserved, LPDWORD type,
+                                       PSECURITY_DESCRIPTOR descriptor, LPDWORD length);
+
 KV_END_C
 
 #endif
