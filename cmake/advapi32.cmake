@@ -52,6 +52,11 @@ set(KV_ADVAPI32_SOURCES
   regserver/exports.cpp
   security/ace.cpp
   security/acl.cpp
+  security/com_descriptor.cpp
+  security/com_edit.cpp
+  security/com_permissions.cpp
+  security/com_principals.cpp
+  security/com_value.cpp
   security/descriptor.cpp
   security/descriptor_conversion.cpp
   security/descriptor_parts.cpp

@@ -74,6 +74,40 @@ KV_EXPORT LSTATUS WINAPI RegQuerySDExA(HKEY key, LPCSTR value_name, LPDWORD rese
 KV_EXPORT LSTATUS WINAPI RegQuerySDExW(HKEY key, LPCWSTR value_name, LPDWORD reserved, LPDWORD type,
                                        PSECURITY_DESCRIPTOR descriptor, LPDWORD length);
 
+/* Which permission of a COM server an edit is about, as flags: to use it, and to start it. */
+#define KV_COM_ACCESS 1u
+#define KV_COM_LAUNCH 2u
+
+/* What an edit starts from. */
+#define KV_COM_NEW 1u           /* everybody, whatever is stored; only for adding */
+#define KV_COM_STORED 2u        /* the stored permission, which must be there; so does 0 */
+#define KV_COM_STORED_OR_NEW 3u /* the stored permission, or everybody when it cannot be read */
+
+/*
+ * Adds Unix users and groups (uids, gids) to a permission of COM servers or removes them: of one application, at
+ * "AppID\{...}" below HKEY_CLASSES_ROOT, or with a null application of all, at "Software\Microsoft\Ole" below
+ * HKEY_LOCAL_MACHINE. The key must be there, and open to reading and writing.
+ *
+ * Users are taken in before groups, each list in its order; 255 of each have room. Both counts 0xFFFFFFFF together
+ * mean everybody, without lists. Adding the first user or group to a permission that is open to everybody closes it
+ * to all others; everybody cannot be removed. A list whose last entry is removed names nobody.
+ *
+ * TRUE, with the last error left alone, but for ERROR_USER_EXISTS (1316), ERROR_GROUP_EXISTS (1318) or
+ * ERROR_NOT_FOUND (1168) when someone was there already, or was not there to be removed. FALSE with the last error:
+ *   ERROR_INVALID_PARAMETER   which or mode is 4 or more
+ *   E_INVALIDARG              removing from everybody, everybody, or from a new descriptor; a stored permission whose
+ *                             parts lie outside of it
+ *   REGDB_E_INVALIDVALUE      the stored value is no descriptor
+ *   ERROR_OUT_OF_STRUCTURES   a list has 255 entries
+ *   E_OUTOFMEMORY, ERROR_OUTOFMEMORY, and the codes of RegOpenKeyEx, RegQueryValueEx and RegSetValueEx
+ * When the launch permission cannot be edited after the access permission was, that is written back as the edit
+ * found it; after KV_COM_NEW, or where nothing was stored, as everybody.
+ */
+KV_EXPORT BOOL KvSecDescAddPrincipal(const GUID* application, const DWORD* users, DWORD user_count, const DWORD* groups,
+                                     DWORD group_count, DWORD which, DWORD mode);
+KV_EXPORT BOOL KvSecDescRemovePrincipal(const GUID* application, const DWORD* users, DWORD user_count,
+                                        const DWORD* groups, DWORD group_count, DWORD which, DWORD mode);
+
 KV_END_C
 
 #endif
