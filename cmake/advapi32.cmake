@@ -13,6 +13,9 @@ set(KV_ADVAPI32_SOURCES
   bootstrap/registry_bind.cpp
   bootstrap/registry_table.cpp
   bootstrap/startup.cpp
+  ddr/frames.cpp
+  ddr/records.cpp
+  ddr/scalars.cpp
   log/kv_log.cpp
   log/log_path.cpp
   log/process_logs.cpp
@@ -50,6 +53,8 @@ set(KV_ADVAPI32_SOURCES
   regserver/connect_data.cpp
   regserver/connect_lock.cpp
   regserver/exports.cpp
+  security/access_check.cpp
+  security/access_check_groups.cpp
   security/ace.cpp
   security/acl.cpp
   security/com_descriptor.cpp
@@ -60,11 +65,14 @@ set(KV_ADVAPI32_SOURCES
   security/descriptor.cpp
   security/descriptor_conversion.cpp
   security/descriptor_parts.cpp
+  security/impersonation.cpp
   security/native.cpp
   security/registry_descriptor.cpp
   security/registry_descriptor_values.cpp
   security/sid.cpp
   security/sid_text.cpp
+  security/token.cpp
+  security/token_native.cpp
   thunks/mapping.cpp
 )
 

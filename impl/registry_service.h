@@ -10,6 +10,7 @@
 #include <winnt.h>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -105,6 +106,9 @@ class Registry_Service {
   virtual DWORD user_image(std::vector<BYTE>* out_image) = 0;
   // Empty when there is nothing to write at the end of the process.
   virtual DWORD closing_user_image(std::vector<BYTE>* out_image) = 0;
+
+  // The domain of a user by his login name; ERROR_NO_SUCH_USER for one that the registry's host does not have.
+  virtual DWORD user_domain(std::wstring_view user, std::wstring* out_domain) = 0;
 
   // The server, where there is one.
   virtual DWORD shut_down() = 0;

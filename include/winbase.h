@@ -280,6 +280,53 @@ KV_EXPORT BOOL WINAPI MakeAbsoluteSD(PSECURITY_DESCRIPTOR descriptor, PSECURITY_
                                      LPDWORD absolute_size, PACL dacl, LPDWORD dacl_size, PACL sacl, LPDWORD sacl_size,
                                      PSID owner, LPDWORD owner_size, PSID group, LPDWORD group_size);
 
+/* ==== Access tokens and access checks ==== */
+
+/*
+ * A token here is a number. The plain functions give and know one token, 1, which says nothing about anybody; a
+ * service that asks who its client is uses the functions of kelvane/token.h, whose token is a Unix uid.
+ *
+ * AccessCheck and PrivilegeCheck GRANT EVERYTHING. They are here for programs that call them in passing; whoever
+ * depends on a check calls KvAccessCheck. Any thread may call these functions.
+ */
+
+/* Store the token 1, whatever the arguments. TRUE. The token need not be closed. */
+KV_EXPORT BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE out_token);
+KV_EXPORT BOOL WINAPI OpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self, PHANDLE out_token);
+
+/*
+ * Asks about a token; size is the buffer's in bytes. Any number is a token.
+ *
+ *   TokenUser (16 bytes)         a SID of the authority 5 without sub-authorities, for the caller to release with
+ *                                FreeSid, and the attributes 0
+ *   TokenStatistics (56 bytes)   the token's number as AuthenticationId; nothing else of the record is written
+ *   TokenGroups (24 bytes), TokenPrivileges (16), TokenOwner, TokenPrimaryGroup, TokenDefaultDacl (8 each),
+ *   TokenSource (16), TokenType, TokenImpersonationLevel (4 each)
+ *                                nothing is written
+ *
+ * TRUE; *out_size is not written then. FALSE with the last error ERROR_INSUFFICIENT_BUFFER when the buffer is
+ * smaller than told above, which *out_size then says, or ERROR_INVALID_PARAMETER for any other class.
+ */
+KV_EXPORT BOOL WINAPI GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS information_class, LPVOID buffer,
+                                          DWORD size, PDWORD out_size);
+
+/*
+ * An id that no other call in any process gets until the machine is started again. TRUE, or FALSE with the last
+ * error ERROR_INVALID_PARAMETER for null.
+ */
+KV_EXPORT BOOL WINAPI AllocateLocallyUniqueId(PLUID out_id);
+
+/*
+ * Grants: the granted access is the desired one, the status TRUE, the length of the privilege set 0. Looks at
+ * nothing else and reports the call (kelvane/report.h). TRUE.
+ */
+KV_EXPORT BOOL WINAPI AccessCheck(PSECURITY_DESCRIPTOR descriptor, HANDLE token, DWORD desired_access,
+                                  PGENERIC_MAPPING mapping, PPRIVILEGE_SET privileges, LPDWORD privileges_size,
+                                  LPDWORD out_granted_access, LPBOOL out_status);
+
+/* Stores TRUE: every privilege is held. Reports the call. TRUE. */
+KV_EXPORT BOOL WINAPI PrivilegeCheck(HANDLE token, PPRIVILEGE_SET privileges, LPBOOL out_result);
+
 KV_END_C
 
 #if !defined(UNICODE) && !defined(_UNICODE)

@@ -9,6 +9,7 @@
 #include "winbase.h"
 #include "windef.h"
 #include "winerror.h"
+#include "wingdi.h"
 #include "winnt.h"
 #include "winreg.h"
 

@@ -248,9 +248,18 @@ static_assert(offsetof(SECURITY_DESCRIPTOR, Sacl) == 24 && offsetof(SECURITY_DES
               "the header's layout");
 #endif
 
+#include "kelvane/privilege_types.h"
+#include "kelvane/token_types.h"
+
 /* Statuses of the native interface. */
 #define STATUS_SUCCESS ((NTSTATUS)0x00000000)
+#define STATUS_MORE_ENTRIES ((NTSTATUS)0x00000105)
+#define STATUS_UNSUCCESSFUL ((NTSTATUS)0xC0000001)
 #define STATUS_NOT_IMPLEMENTED ((NTSTATUS)0xC0000002)
+#define STATUS_INVALID_PARAMETER ((NTSTATUS)0xC000000D)
+#define STATUS_ACCESS_DENIED ((NTSTATUS)0xC0000022)
+#define STATUS_BUFFER_TOO_SMALL ((NTSTATUS)0xC0000023)
+#define STATUS_NOT_FOUND ((NTSTATUS)0xC0000225)
 #define STATUS_NOT_SUPPORTED ((NTSTATUS)0xC00000BB)
 
 #endif

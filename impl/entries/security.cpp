@@ -36,8 +36,6 @@ INT_PTR KvIIsAdministrator(void*, void*, void*, void*, void*, void*) { return no
 
 INT_PTR KvIMapImpersonatedUser(void*, void*, void*, void*, void*, void*) { return no_and_not_implemented(); }
 
-NTSTATUS KvIGetImpersonatedUserInfo(const wchar_t*, wchar_t*, DWORD*) { return STATUS_NOT_SUPPORTED; }
-
 INT_PTR KvIRefreshSecData(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
 }  // extern "C"

@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "impl/inproc/local_users.h"
 #include "impl/inproc/process_locations.h"
 
 namespace impl {
@@ -36,6 +37,10 @@ DWORD Inproc_Service::user_image(std::vector<BYTE>* out_image) { return code_of(
 
 DWORD Inproc_Service::closing_user_image(std::vector<BYTE>* out_image) {
   return code_of(registry_.closing_user_image(out_image));
+}
+
+DWORD Inproc_Service::user_domain(std::wstring_view user, std::wstring* out_domain) {
+  return domain_of_local_user(user, out_domain);
 }
 
 // There is no server here to shut down, and nobody is connected to it.

@@ -35,6 +35,7 @@ class Inproc_Service final : public Registry_Service {
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
+  DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override;
   DWORD shut_down() override;
   DWORD list_connected(RegistryConnection* list, DWORD* count) override;
 

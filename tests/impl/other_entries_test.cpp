@@ -28,8 +28,6 @@ TEST_F(NotProvided, LogSettingsServiceDataAndShutDownAre120) {
 TEST_F(NotProvided, SecurityAuthorityAnswersNotSupported) {
   constexpr NTSTATUS not_supported = static_cast<NTSTATUS>(0xC00000BB);
   void* out = &out;
-  wchar_t domain[4] = L"###";
-  DWORD length = 4;
   EXPECT_EQ(entries().KvILsaQueryInformationPolicy(nullptr, 1, &out), not_supported);
   EXPECT_EQ(entries().KvILsaCallAuthenticationPackage(nullptr, 0, nullptr, 0, &out, nullptr, nullptr, nullptr, nullptr),
             not_supported);
@@ -37,10 +35,7 @@ TEST_F(NotProvided, SecurityAuthorityAnswersNotSupported) {
                                       nullptr, nullptr, nullptr),
             not_supported);
   EXPECT_EQ(entries().KvILsaInit(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), not_supported);
-  EXPECT_EQ(entries().KvIGetImpersonatedUserInfo(L"user", domain, &length), not_supported);
   EXPECT_EQ(out, &out);
-  EXPECT_EQ(length, 4u);
-  EXPECT_EQ(domain[0], L'#');
 }
 
 TEST_F(NotProvided, QuestionsAboutUsersAreAnsweredNoWithTheLastError) {

@@ -89,6 +89,12 @@ class Scripted_Service final : public impl::Registry_Service {
     *out_image = image;
     return code;
   }
+  DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override {
+    if (no_memory) throw std::bad_alloc();
+    asked_user = user;
+    *out_domain = stored_domain;
+    return code;
+  }
   DWORD shut_down() override { return code; }
   DWORD list_connected(RegistryConnection*, DWORD* count) override {
     *count = 0;
@@ -103,6 +109,7 @@ class Scripted_Service final : public impl::Registry_Service {
   std::string stored_data = "0123456789ab";
   DWORD stored_type = REG_SZ;
   std::vector<BYTE> image;
+  std::wstring stored_domain = L"HOST";
 
   std::u16string path = u"(not asked)";
   std::u16string class_name;
@@ -112,6 +119,7 @@ class Scripted_Service final : public impl::Registry_Service {
   std::vector<BYTE> set_data;
   std::vector<int> rights;
   std::string file_name = "(not asked)";
+  std::wstring asked_user = L"(not asked)";
 
  private:
   DWORD note(std::u16string_view asked) {
