@@ -73,8 +73,18 @@ set(KV_ADVAPI32_SOURCES
   security/access_check_groups.cpp
   security/ace.cpp
   security/acl.cpp
+  security/com_descriptor.cpp
+  security/com_edit.cpp
+  security/com_permissions.cpp
+  security/com_principals.cpp
+  security/com_value.cpp
+  security/descriptor.cpp
+  security/descriptor_conversion.cpp
+  security/descriptor_parts.cpp
   security/impersonation.cpp
   security/native.cpp
+  security/registry_descriptor.cpp
+  security/registry_descriptor_values.cpp
   security/sid.cpp
   security/sid_text.cpp
   security/token.cpp

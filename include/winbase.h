@@ -224,6 +224,62 @@ KV_EXPORT BOOL WINAPI GetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL
  */
 KV_EXPORT BOOL WINAPI SetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL_INFORMATION_CLASS information);
 
+/*
+ * Security descriptors. The getters hand out the fields as they stand, offsets of a self-relative descriptor
+ * included, with the control bits by their own values (4, not 1, for a DACL that is present); they check nothing
+ * and are TRUE. The setters are FALSE for null or a self-relative descriptor. Parts stay the caller's.
+ */
+
+/* Clears the 40 bytes. FALSE for a revision other than SECURITY_DESCRIPTOR_REVISION; they are cleared all the same. */
+KV_EXPORT BOOL WINAPI InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revision);
+
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorControl(PSECURITY_DESCRIPTOR descriptor,
+                                                   PSECURITY_DESCRIPTOR_CONTROL out_control, LPDWORD out_revision);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR descriptor, PSID* out_owner,
+                                                 LPBOOL out_defaulted);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorGroup(PSECURITY_DESCRIPTOR descriptor, PSID* out_group,
+                                                 LPBOOL out_defaulted);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL out_present, PACL* out_dacl,
+                                                LPBOOL out_defaulted);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL out_present, PACL* out_sacl,
+                                                LPBOOL out_defaulted);
+
+/* Without `present` the last two clear the present bit only: list and defaulted bit stay as they were. */
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR descriptor, PSID owner, BOOL defaulted);
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorGroup(PSECURITY_DESCRIPTOR descriptor, PSID group, BOOL defaulted);
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL dacl,
+                                                BOOL defaulted);
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL sacl,
+                                                BOOL defaulted);
+
+/*
+ * GetSecurityDescriptorLength: 40, the lengths of owner and group, and the bytes in use of both lists. That is less
+ * than MakeSelfRelativeSD needs when a list has free bytes. IsValidSecurityDescriptor: whether the revisions are 1
+ * for the descriptor and its SIDs and ACL_REVISION for its lists. Both, and MakeAbsoluteSD, are for absolute
+ * descriptors: given a self-relative one they add its address to the words at the stored offsets, taken as
+ * addresses, which as a rule is a fault.
+ */
+KV_EXPORT DWORD WINAPI GetSecurityDescriptorLength(PSECURITY_DESCRIPTOR descriptor);
+KV_EXPORT BOOL WINAPI IsValidSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor);
+
+/*
+ * Writes the self-relative form. *size is the room in bytes; when it is too small it becomes the size needed, with
+ * the last error ERROR_INSUFFICIENT_BUFFER, and is left alone otherwise. FALSE without a last error for null, for
+ * source and destination being one, and for a source that is self-relative already.
+ */
+KV_EXPORT BOOL WINAPI MakeSelfRelativeSD(PSECURITY_DESCRIPTOR absolute, PSECURITY_DESCRIPTOR self_relative,
+                                         LPDWORD size);
+
+/*
+ * Copies an absolute descriptor and each of its parts into buffers of the caller's. Sizes are in bytes; those of
+ * absent parts are not looked at. A part whose buffer is too small has its size told, with the last error
+ * ERROR_INSUFFICIENT_BUFFER, and nothing is copied. FALSE without a last error for null, for a part without a
+ * buffer, and for a header without room, whose size 40 is told.
+ */
+KV_EXPORT BOOL WINAPI MakeAbsoluteSD(PSECURITY_DESCRIPTOR descriptor, PSECURITY_DESCRIPTOR absolute,
+                                     LPDWORD absolute_size, PACL dacl, LPDWORD dacl_size, PACL sacl, LPDWORD sacl_size,
+                                     PSID owner, LPDWORD owner_size, PSID group, LPDWORD group_size);
+
 /* Writes "Called DeregisterEventSource" to the library's call log, when it has one; FALSE. */
 KV_EXPORT BOOL WINAPI DeregisterEventSource(HANDLE event_log);
 

@@ -8,6 +8,7 @@ inline namespace kelvane {
 // QUIRK native-statuses: three ways of telling a failure, each form its own.
 inline NTSTATUS zero_or_13(BOOL done) { return done ? STATUS_SUCCESS : ERROR_INVALID_DATA; }
 inline NTSTATUS always_last_error(BOOL) { return static_cast<NTSTATUS>(GetLastError()); }
+inline NTSTATUS one_or_last_error(BOOL done) { return done ? 1 : static_cast<NTSTATUS>(GetLastError()); }
 
 template <class Result>
 Result itself(Result result) {

@@ -18,8 +18,10 @@ NTSTATUS NtOpenThreadToken(HANDLE thread, ACCESS_MASK access, BOOLEAN open_as_se
   return status_of(OpenThreadToken(thread, access, open_as_self, out_token));
 }
 
-NTSTATUS NtQueryInformationToken(HANDLE token, TOKEN_INFORMATION_CLASS information_class, PVOID buffer, ULONG size,
-                                 PULONG out_size) {
+// The class may be one that the enumeration does not have.
+__attribute__((no_sanitize("enum"))) NTSTATUS NtQueryInformationToken(HANDLE token,
+                                                                      TOKEN_INFORMATION_CLASS information_class,
+                                                                      PVOID buffer, ULONG size, PULONG out_size) {
   const NTSTATUS status = status_of(GetTokenInformation(token, information_class, buffer, size, out_size));
   return status == ERROR_INSUFFICIENT_BUFFER ? STATUS_BUFFER_TOO_SMALL : status;
 }
