@@ -389,7 +389,7 @@ TEST_F(Com_Stored_Value, WhoseSidsGoBeyondItIsRefused) {
   EXPECT_EQ(GetLastError(), 0x80070057u);
 }
 
-TEST_F(Com_Stored_Value, WhoseDaclGoesBeyondItIsInvalid) {
+TEST_F(Com_Stored_Value, WhoseDaclGoesBeyondItOrIsNoneIsInvalid) {
   struct Case {
     const char* list;
     BOOL done;
@@ -400,7 +400,8 @@ TEST_F(Com_Stored_Value, WhoseDaclGoesBeyondItIsInvalid) {
                         {"02 00 24 00 00 00 00 00", 0},
                         {"02 00 25 00 00 00 00 00", 0},
                         {"02 00 ff ff 00 00 00 00", 0},
-                        {"02 00 00 00 00 00 00 00", 1}}) {
+                        {"02 00 07 00 00 00 00 00", 0},
+                        {"02 00 00 00 00 00 00 00", 0}}) {
     recording.reset();
     recording.script("KvIRegOpenKeyEx", answer_key(key));
     answer_stored(with_offsets("00 00 00 28", "00 00 00 34", "00*4", "44 00 00 00", c.list));
