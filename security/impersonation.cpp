@@ -48,7 +48,7 @@ BOOL KvOpenThreadToken(HANDLE, DWORD, BOOL, PHANDLE out_token) {
   return TRUE;
 }
 
-BOOL KvSetThreadToken(PHANDLE, HANDLE token) { return KvTTSetUid(uid_of(token) + 1); }
+BOOL KvSetThreadToken(HANDLE, HANDLE token) { return KvTTSetUid(uid_of(token) + 1); }
 
 DWORD KvGetClientId(void) {
   HANDLE token = nullptr;

@@ -22,7 +22,7 @@ KV_EXPORT BOOL KvOpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self,
  * The calling thread, whatever the first argument, works for the user of this uid from now on; root is taken like
  * any other, and nobody is asked whether he exists. 0xFFFFFFFF ends it. TRUE.
  */
-KV_EXPORT BOOL KvSetThreadToken(PHANDLE thread, HANDLE token);
+KV_EXPORT BOOL KvSetThreadToken(HANDLE thread, HANDLE token);
 
 /* The token of KvOpenThreadToken. */
 KV_EXPORT DWORD KvGetClientId(void);

@@ -46,6 +46,16 @@ TEST(BasicDdr, HasItsFieldsBehindTheTableOfVirtualFunctions) {
   EXPECT_EQ(sizeof(To_Ddr), sizeof(Basic_Ddr));
 }
 
+TEST(FromDdr, HasItsFieldsBehindThoseOfItsBase) {
+  From_Ddr frame(nullptr, 0);
+  const auto* start = reinterpret_cast<const char*>(&frame);
+  const ptrdiff_t base = 8 + static_cast<ptrdiff_t>(sizeof(DDR)) + 8;
+  EXPECT_EQ(reinterpret_cast<const char*>(&frame.count) - start, base);
+  EXPECT_EQ(reinterpret_cast<const char*>(&frame.stride) - start, base + 4);
+  EXPECT_EQ(reinterpret_cast<const char*>(&frame.item) - start, base + 8);
+  EXPECT_EQ(reinterpret_cast<const char*>(&frame.procedure) - start, base + 16);
+}
+
 TEST(BasicDdr, IsDeletedThroughItsBase) {
   POINT point = {0, 0};
   Guarded_Block block(Bytes{0, 0, 0, 1, 0, 0, 0, 2});

@@ -4,6 +4,8 @@
 
 #include "tests/ddr/converting.h"
 
+extern "C" int encode_point_in_c(POINT point, unsigned char* buffer, int size);
+
 namespace kvtest {
 namespace {
 
@@ -47,6 +49,12 @@ TEST(Records, PointIsLong) {
   const Bytes bytes = {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 2, 3};
   EXPECT_EQ(encoded<POINT>(ddr_POINT, point, 8), bytes);
   EXPECT_EQ(bytes_of(decoded<POINT>(ddr_POINT, bytes)), bytes_of(point));
+}
+
+TEST(Records, AreConvertedByProgramsInC) {
+  Guarded_Block block(8);
+  EXPECT_EQ(encode_point_in_c({1, -1}, block.data(), 8), 1);
+  EXPECT_EQ(block.bytes(), (Bytes{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFF}));
 }
 
 const Bytes format_bytes = {0x00, 0x0D, 0xBE, 0xEF, 9, 9, 9, 9, 0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 4};

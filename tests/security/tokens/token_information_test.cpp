@@ -2,16 +2,12 @@
 #include <kelvane/token.h>
 
 #include "tests/security/guarded.h"
+#include "tests/security/tokens/any_class.h"
 
 namespace kvtest {
 namespace {
 
 const HANDLE plain_token = reinterpret_cast<HANDLE>(1);
-
-// The functions with a class of any number, as callers in C may give it.
-const auto get_information = reinterpret_cast<BOOL (*)(HANDLE, DWORD, LPVOID, DWORD, PDWORD)>(GetTokenInformation);
-const auto query_information =
-    reinterpret_cast<NTSTATUS (*)(HANDLE, DWORD, PVOID, ULONG, PULONG)>(NtQueryInformationToken);
 
 struct Answer {
   BOOL done;
