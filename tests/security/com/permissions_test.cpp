@@ -279,6 +279,16 @@ TEST_F(Com_Stored_Value, OfMoreThan256BytesIsAskedForAgainWithItsLength) {
   EXPECT_EQ(call(2).entry, "KvIRegQueryValueEx");
 }
 
+TEST_F(Com_Stored_Value, Of256BytesIsAskedForOnce) {
+  std::vector<std::string> many(49, "00000009");
+  const std::string value = stored(many, {"00000064"});
+  ASSERT_EQ(value.size(), 256u);
+  answer_stored(value);
+  EXPECT_EQ(remove({}, {100}), 1);
+  EXPECT_EQ(hex(written_once()), hex(stored(many, {"fffffff0"})));
+  EXPECT_EQ(entries(), "KvIRegOpenKeyEx KvIRegQueryValueEx KvIRegSetValueEx KvIRegCloseKey ");
+}
+
 TEST_F(Com_Stored_Value, ThatCannotBeReadTheSecondTimeIsToldByItsCode) {
   for (const int code : {2, 234, 1018}) {
     recording.reset();
