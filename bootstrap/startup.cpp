@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 
+#include "bootstrap/call_log.h"
 #include "bootstrap/duvet.h"
 #include "bootstrap/guard.h"
 #include "notify/input_idle.h"
@@ -19,9 +20,8 @@ namespace {
 Sequence* AdvApi_Global_Destructor = nullptr;
 Clb_Globals* library_globals = nullptr;
 
-// The start-up profile, and the stream that entry points without an implementation write their names to.
+// The start-up profile.
 Profiler* Profile = nullptr;
-kvostream* Log_Call = nullptr;
 
 // The thread-local slot reserved at start-up.
 DWORD STIndex = TLS_OUT_OF_INDEXES;

@@ -4,6 +4,7 @@
 set(KV_ADVAPI32_SOURCES
   bootstrap/core_data.cpp
   bootstrap/backup_dir.cpp
+  bootstrap/call_log.cpp
   bootstrap/directories.cpp
   bootstrap/file_names.cpp
   bootstrap/guard.cpp
@@ -25,6 +26,13 @@ set(KV_ADVAPI32_SOURCES
   log/settings.cpp
   log/stdout_logger.cpp
   log/system_log.cpp
+  lsa/forwarders.cpp
+  lsa/logon_process.cpp
+  lsa/map_generic_mask.cpp
+  lsa/network.cpp
+  lsa/run_time.cpp
+  lsa/security_packages.cpp
+  lsa/stubs.cpp
   notify/input_idle.cpp
   parselib/profile.cpp
   registry/admin.cpp

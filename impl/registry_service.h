@@ -110,6 +110,12 @@ class Registry_Service {
   // The domain of a user by his login name; ERROR_NO_SUCH_USER for one that the registry's host does not have.
   virtual DWORD user_domain(std::wstring_view user, std::wstring* out_domain) = 0;
 
+  // The number of a user by his login name, of the calling thread's user for null; ERROR_NO_SUCH_USER as above.
+  virtual DWORD user_number(const wchar_t* user, DWORD* out_number) = 0;
+  // A record of the local security authority's policy, which the caller does not own and which stays good.
+  // ERROR_NOT_SUPPORTED for a class that is not told, ERROR_INVALID_PARAMETER for what is no class.
+  virtual DWORD policy(int information_class, void** out_record) = 0;
+
   // The server, where there is one.
   virtual DWORD shut_down() = 0;
   virtual DWORD list_connected(RegistryConnection* list, DWORD* count) = 0;

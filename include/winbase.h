@@ -59,11 +59,11 @@ KV_EXPORT DWORD WINAPI GetLastError(void);
 KV_EXPORT void WINAPI SetLastError(DWORD code);
 
 /*
- * Loads the shared object that carries exactly this file name, such as "advapi32impl.dll". A name without
- * "/" is searched in the folders of KVMODULE_PATH (separated by ":"), then in "kelvane/" beside
- * libkernel32.so, then along the loader's own path; a name with "/" is taken as it stands. The same file
- * gives the same module. Null when no such object can be loaded: the last error is then
- * ERROR_MOD_NOT_FOUND and KvModuleError() tells the reason.
+ * Loads the shared object that carries exactly this file name, such as "advapi32impl.dll", or, when the name has no
+ * dot, this name with ".dll". A name without "/" is searched in the folders of KVMODULE_PATH (separated by ":"), then
+ * in "kelvane/" beside libkernel32.so, then along the loader's own path; a name with "/" is taken as it stands. The
+ * same file gives the same module. Null when no such object can be loaded: the last error is then ERROR_MOD_NOT_FOUND
+ * and KvModuleError() tells the reason.
  */
 KV_EXPORT HMODULE WINAPI LoadLibraryA(LPCSTR name);
 
@@ -280,6 +280,9 @@ KV_EXPORT BOOL WINAPI MakeAbsoluteSD(PSECURITY_DESCRIPTOR descriptor, PSECURITY_
                                      LPDWORD absolute_size, PACL dacl, LPDWORD dacl_size, PACL sacl, LPDWORD sacl_size,
                                      PSID owner, LPDWORD owner_size, PSID group, LPDWORD group_size);
 
+/* Writes "Called DeregisterEventSource" to the library's call log, when it has one; FALSE. */
+KV_EXPORT BOOL WINAPI DeregisterEventSource(HANDLE event_log);
+
 /* ==== Access tokens and access checks ==== */
 
 /*
@@ -330,9 +333,12 @@ KV_EXPORT BOOL WINAPI PrivilegeCheck(HANDLE token, PPRIVILEGE_SET privileges, LP
 KV_END_C
 
 #if !defined(UNICODE) && !defined(_UNICODE)
-#define LoadLibrary LoadLibraryA
 #define GetModuleFileName GetModuleFileNameA
 #define GetComputerName GetComputerNameA
 #endif
+
+/* Headers that belong to this one. */
+#include "kelvane/base_services.h"
+#include "securitybaseapi.h"
 
 #endif

@@ -36,6 +36,8 @@ class Inproc_Service final : public Registry_Service {
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
   DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override;
+  DWORD user_number(const wchar_t* user, DWORD* out_number) override;
+  DWORD policy(int information_class, void** out_record) override;
   DWORD shut_down() override;
   DWORD list_connected(RegistryConnection* list, DWORD* count) override;
 

@@ -25,27 +25,22 @@ TEST_F(NotProvided, LogSettingsServiceDataAndShutDownAre120) {
   EXPECT_EQ(entries().KvIRegShutDown(), 120u);
 }
 
-TEST_F(NotProvided, SecurityAuthorityAnswersNotSupported) {
+TEST_F(NotProvided, LogonsAndPackageCallsAnswerNotSupported) {
   constexpr NTSTATUS not_supported = static_cast<NTSTATUS>(0xC00000BB);
   void* out = &out;
-  EXPECT_EQ(entries().KvILsaQueryInformationPolicy(nullptr, 1, &out), not_supported);
+  HANDLE token = &out;
   EXPECT_EQ(entries().KvILsaCallAuthenticationPackage(nullptr, 0, nullptr, 0, &out, nullptr, nullptr, nullptr, nullptr),
             not_supported);
   EXPECT_EQ(entries().KvILsaLogonUser(nullptr, nullptr, 0, 0, nullptr, 0, nullptr, nullptr, &out, nullptr, nullptr,
-                                      nullptr, nullptr, nullptr),
+                                      &token, nullptr, nullptr),
             not_supported);
-  EXPECT_EQ(entries().KvILsaInit(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), not_supported);
   EXPECT_EQ(out, &out);
+  EXPECT_EQ(token, &out);
 }
 
-TEST_F(NotProvided, QuestionsAboutUsersAreAnsweredNoWithTheLastError) {
-  SetLastError(0);
-  EXPECT_EQ(entries().KvIIsAdministrator(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(GetLastError(), 120u);
-  SetLastError(0);
-  EXPECT_EQ(entries().KvIMapImpersonatedUser(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(GetLastError(), 120u);
-  EXPECT_EQ(entries().KvIRefreshSecData(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 120);
+TEST(SecurityAuthority, HasNothingToPrepareAndNothingToRefresh) {
+  EXPECT_EQ(entries().KvILsaInit(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(entries().KvIRefreshSecData(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
 }
 
 TEST_F(NotProvided, NotificationsAnswerZero) {

@@ -95,6 +95,17 @@ class Scripted_Service final : public impl::Registry_Service {
     *out_domain = stored_domain;
     return code;
   }
+  DWORD user_number(const wchar_t* user, DWORD* out_number) override {
+    if (no_memory) throw std::bad_alloc();
+    asked_user = user != nullptr ? user : L"(null)";
+    if (code == ERROR_SUCCESS) *out_number = stored_number;
+    return code;
+  }
+  DWORD policy(int information_class, void** out_record) override {
+    asked_class = information_class;
+    if (code == ERROR_SUCCESS) *out_record = this;
+    return code;
+  }
   DWORD shut_down() override { return code; }
   DWORD list_connected(RegistryConnection*, DWORD* count) override {
     *count = 0;
@@ -104,6 +115,8 @@ class Scripted_Service final : public impl::Registry_Service {
   DWORD code = ERROR_SUCCESS;
   bool no_memory = false;
   bool created = true;
+  DWORD stored_number = 0;
+  int asked_class = -1;
   std::u16string stored_name = u"hello";
   std::u16string stored_class;
   std::string stored_data = "0123456789ab";
