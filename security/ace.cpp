@@ -51,9 +51,14 @@ BOOL append(PACL acl, DWORD revision, const New_Ace& ace) {
   return TRUE;
 }
 
-// Byte by byte from the low end, whatever overlaps.
+// As byte by byte from the low end, whatever overlaps: eight at a time are the same unless the destination begins
+// inside them.
 void copy_upwards(BYTE* to, const BYTE* from, SIZE_T size) {
-  for (SIZE_T i = 0; i < size; ++i) to[i] = from[i];
+  SIZE_T i = 0;
+  if (reinterpret_cast<ULONG_PTR>(to) - reinterpret_cast<ULONG_PTR>(from) >= sizeof(ULONGLONG)) {
+    for (; i + sizeof(ULONGLONG) <= size; i += sizeof(ULONGLONG)) store(to + i, load<ULONGLONG>(from + i));
+  }
+  for (; i < size; ++i) to[i] = from[i];
 }
 
 // Copies the entries but the one at a position to the front of the block behind its header, as many of their bytes
@@ -99,8 +104,8 @@ BOOL AddAce(PACL acl, DWORD, DWORD index, LPVOID list, DWORD list_size) {
   copy_upwards(start + end, static_cast<const BYTE*>(list), list_size);
   if (index < ace_count(acl)) {
     // QUIRK add-ace-two-step: the entry at the index stays, and what follows it moves behind its beginning.
-    const DWORD entry = end_of_entries(acl, index, no_limit);
-    const DWORD behind = end_of_entries(acl, index + 1, no_limit);
+    const DWORD entry = end_of_entries(acl, index);
+    const DWORD behind = end_of_entries(acl, index + 1);
     copy_upwards(start + entry + list_size, start + behind, end - behind);
   }
   // QUIRK add-ace-counts-one: whatever number of entries the list holds.
@@ -111,7 +116,7 @@ BOOL AddAce(PACL acl, DWORD, DWORD index, LPVOID list, DWORD list_size) {
 BOOL GetAce(PACL acl, DWORD number, LPVOID* out_ace) {
   if (acl == nullptr || ace_count(acl) < number) return FALSE;
   // QUIRK get-ace-one-based: 1 is the first entry, and so is 0.
-  *out_ace = bytes_of(acl) + end_of_entries(acl, number == 0 ? 0 : number - 1, no_limit);
+  *out_ace = bytes_of(acl) + end_of_entries(acl, number == 0 ? 0 : number - 1);
   return TRUE;
 }
 

@@ -9,29 +9,6 @@
 #include "security/unaligned.h"
 
 inline namespace kelvane {
-
-unsigned ace_count(const void* acl) { return load<WORD>(static_cast<const BYTE*>(acl) + offsetof(ACL, AceCount)); }
-
-DWORD acl_size(const void* acl) { return load<WORD>(static_cast<const BYTE*>(acl) + offsetof(ACL, AclSize)); }
-
-// Reads outside the caller's memory when the list's numbers say so, on purpose.
-__attribute__((no_sanitize("address"))) DWORD end_of_entries(const void* acl, unsigned count, DWORD limit) {
-  const BYTE* const list = static_cast<const BYTE*>(acl);
-  DWORD end = acl_header_size;
-  for (unsigned i = 0; i < count && end <= limit; ++i) {
-    const BYTE* const size = list + end + offsetof(ACE_HEADER, AceSize);
-    end += size[0] | static_cast<DWORD>(size[1]) << 8;
-  }
-  return end;
-}
-
-DWORD acl_bytes_in_use(const void* acl, DWORD limit) { return end_of_entries(acl, ace_count(acl), limit); }
-
-LONG acl_bytes_free(const void* acl) {
-  const DWORD size = acl_size(acl);
-  return static_cast<LONG>(size) - static_cast<LONG>(acl_bytes_in_use(acl, size));
-}
-
 namespace {
 
 bool tell_revision(const void* acl, void* buffer, DWORD size) {

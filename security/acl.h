@@ -4,23 +4,39 @@
 
 #include <winnt.h>
 
+#include "security/unaligned.h"
+
 inline namespace kelvane {
 
 constexpr DWORD acl_header_size = sizeof(ACL);
-
-// The end of the entries before entry number `count`, as an offset into the list: where that entry begins. The walk
-// stops at the first entry that ends behind `limit`, and tells that end.
-DWORD end_of_entries(const void* acl, unsigned count, DWORD limit);
-
 constexpr DWORD no_limit = 0xFFFFFFFF;
 
-unsigned ace_count(const void* acl);
-DWORD acl_size(const void* acl);
+inline unsigned ace_count(const void* acl) {
+  return load<WORD>(static_cast<const BYTE*>(acl) + offsetof(ACL, AceCount));
+}
 
-// The bytes in use; with a limit, some number above the limit when there are more.
-DWORD acl_bytes_in_use(const void* acl, DWORD limit = no_limit);
+inline DWORD acl_size(const void* acl) { return load<WORD>(static_cast<const BYTE*>(acl) + offsetof(ACL, AclSize)); }
+
+// The end of the first `count` entries as an offset into the list: where the next one begins. The walk stops at the
+// first entry that ends behind `limit`, and tells that end. Reads outside the caller's memory when the list's
+// numbers say so, on purpose.
+__attribute__((no_sanitize("address"))) inline DWORD end_of_entries(const void* acl, unsigned count,
+                                                                    DWORD limit = no_limit) {
+  const BYTE* const list = static_cast<const BYTE*>(acl);
+  DWORD end = acl_header_size;
+  for (unsigned i = 0; i < count && end <= limit; ++i) {
+    const BYTE* const size = list + end + offsetof(ACE_HEADER, AceSize);
+    end += size[0] | static_cast<DWORD>(size[1]) << 8;
+  }
+  return end;
+}
+
+inline DWORD acl_bytes_in_use(const void* acl) { return end_of_entries(acl, ace_count(acl)); }
 
 // The free bytes, signed; some negative number when the list is overrun.
-LONG acl_bytes_free(const void* acl);
+inline LONG acl_bytes_free(const void* acl) {
+  const DWORD size = acl_size(acl);
+  return static_cast<LONG>(size) - static_cast<LONG>(end_of_entries(acl, ace_count(acl), size));
+}
 
 }  // namespace kelvane

@@ -42,10 +42,12 @@ bool parts_are_inside(const Com_Descriptor& descriptor) {
          sid_is_inside(descriptor, com_offset(bytes, Com_Offset::group));
 }
 
-// Whether the whole list, whose header is inside, is too.
+// Whether the whole list, whose header is inside, is too. One below the size of its header would be stored as one
+// that no edit takes.
 bool whole_list_is_inside(const Com_Descriptor& descriptor, DWORD offset) {
   const DWORD size = acl_size(descriptor.bytes.get() + offset);
-  return size + descriptor_header_size <= descriptor.size && size <= descriptor.size - offset;
+  return size >= acl_header_size && size + descriptor_header_size <= descriptor.size &&
+         size <= descriptor.size - offset;
 }
 
 // The SID in a block with room for every entry; null when there is no memory.

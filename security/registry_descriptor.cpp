@@ -16,7 +16,7 @@ namespace {
 
 constexpr DWORD header_difference = descriptor_header_size - wire_header_size;
 
-// Where each field of an offset lies in the two headers, and how the lists and SIDs are told apart.
+// Where the field of each offset lies in the two headers.
 constexpr DWORD wire_owner = 4, wire_group = 8, wire_sacl = 12, wire_dacl = 16;
 
 struct Offset_Place {

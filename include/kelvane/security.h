@@ -110,4 +110,12 @@ KV_EXPORT BOOL KvSecDescRemovePrincipal(const GUID* application, const DWORD* us
 
 KV_END_C
 
+#if defined(UNICODE) || defined(_UNICODE)
+#define RegSetSDEx RegSetSDExW
+#define RegQuerySDEx RegQuerySDExW
+#else
+#define RegSetSDEx RegSetSDExA
+#define RegQuerySDEx RegQuerySDExA
+#endif
+
 #endif

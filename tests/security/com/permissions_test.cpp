@@ -279,6 +279,16 @@ TEST_F(Com_Stored_Value, OfMoreThan256BytesIsAskedForAgainWithItsLength) {
   EXPECT_EQ(call(2).entry, "KvIRegQueryValueEx");
 }
 
+TEST_F(Com_Stored_Value, Of256BytesIsAskedForOnce) {
+  std::vector<std::string> many(49, "00000009");
+  const std::string value = stored(many, {"00000064"});
+  ASSERT_EQ(value.size(), 256u);
+  answer_stored(value);
+  EXPECT_EQ(remove({}, {100}), 1);
+  EXPECT_EQ(hex(written_once()), hex(stored(many, {"fffffff0"})));
+  EXPECT_EQ(entries(), "KvIRegOpenKeyEx KvIRegQueryValueEx KvIRegSetValueEx KvIRegCloseKey ");
+}
+
 TEST_F(Com_Stored_Value, ThatCannotBeReadTheSecondTimeIsToldByItsCode) {
   for (const int code : {2, 234, 1018}) {
     recording.reset();
@@ -389,7 +399,7 @@ TEST_F(Com_Stored_Value, WhoseSidsGoBeyondItIsRefused) {
   EXPECT_EQ(GetLastError(), 0x80070057u);
 }
 
-TEST_F(Com_Stored_Value, WhoseDaclGoesBeyondItIsInvalid) {
+TEST_F(Com_Stored_Value, WhoseDaclGoesBeyondItOrIsNoneIsInvalid) {
   struct Case {
     const char* list;
     BOOL done;
@@ -400,7 +410,8 @@ TEST_F(Com_Stored_Value, WhoseDaclGoesBeyondItIsInvalid) {
                         {"02 00 24 00 00 00 00 00", 0},
                         {"02 00 25 00 00 00 00 00", 0},
                         {"02 00 ff ff 00 00 00 00", 0},
-                        {"02 00 00 00 00 00 00 00", 1}}) {
+                        {"02 00 07 00 00 00 00 00", 0},
+                        {"02 00 00 00 00 00 00 00", 0}}) {
     recording.reset();
     recording.script("KvIRegOpenKeyEx", answer_key(key));
     answer_stored(with_offsets("00 00 00 28", "00 00 00 34", "00*4", "44 00 00 00", c.list));
