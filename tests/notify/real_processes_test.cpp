@@ -1,4 +1,5 @@
 // Processes that wait for each other through the real implementation of the registry.
+#include <gtest/gtest.h>
 #include <kelvane/advapi32.h>
 #include <kelvane/notify.h>
 #include <windows.h>
