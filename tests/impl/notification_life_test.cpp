@@ -50,6 +50,8 @@ TEST_F(Notifying, LeavesNothingOfAProcessThatEnds) {
   EXPECT_EQ(tell(target, "e"), '1');
   EXPECT_EQ(tell(other, "e"), '1');
   EXPECT_EQ(board_files(), std::set<std::string>());
+  EXPECT_EQ(tell(other, "a"), '0');
+  EXPECT_EQ(board_files(), std::set<std::string>());
 }
 
 TEST_F(Notifying, DoesNotMindAnAskerThatWasKilled) {
