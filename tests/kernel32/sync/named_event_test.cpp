@@ -207,9 +207,10 @@ TEST(EventFolder, IsMadeAgainWhenItIsGone) {
 }
 
 TEST(EventFolder, WithoutATemporaryDirectoryCannotBeMade) {
+  const Temp_Folder folder;
   const auto program = run_program(
       {"/proc/self/exe", "--gtest_filter=Elsewhere.DISABLED_FindsNoFolder", "--gtest_also_run_disabled_tests"},
-      {"TMPDIR=/nowhere/at/all"});
+      {"TMPDIR=" + folder / "missing"});
   EXPECT_EQ(program.exit_status, 0) << program.out;
 }
 
