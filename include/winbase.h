@@ -149,8 +149,8 @@ KV_EXPORT LONG WINAPI InterlockedIncrement(LONG volatile* value);
  *
  * On success the last error is ERROR_SUCCESS, or ERROR_ALREADY_EXISTS when the event was there. Null with
  * ERROR_FILENAME_EXCED_RANGE (name too long), ERROR_ACCESS_DENIED (the folder of events in the temporary directory is
- * not the user's own), ERROR_TOO_MANY_OPEN_FILES, ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, or what else the system
- * refuses. attributes are not looked at.
+ * not the user's own), ERROR_PATH_NOT_FOUND (there is no temporary directory), ERROR_TOO_MANY_OPEN_FILES,
+ * ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, or what else the system refuses. attributes are not looked at.
  */
 KV_EXPORT HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
                                      LPCSTR name);

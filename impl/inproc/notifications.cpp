@@ -111,12 +111,12 @@ bool Notifications::answer(const Notification_Board& board, const std::string& t
 void Notifications::end() {
   const std::lock_guard lock(mutex_);
   if (was_on_board_) board_->leave(own_identity());
-  was_on_board_ = false;
+  ended_ = true;
 }
 
 bool Notifications::has_mailbox() {
   const std::lock_guard lock(mutex_);
-  return mailbox_owner_ == own_identity() || open_mailbox();
+  return !ended_ && (mailbox_owner_ == own_identity() || open_mailbox());
 }
 
 bool Notifications::open_mailbox() {
@@ -163,6 +163,7 @@ void Notifications::guard_forks() {
                    the_one->bell_.close();
                    the_one->mailbox_owner_.clear();
                    the_one->was_on_board_ = false;
+                   the_one->ended_ = false;
                    the_one->mutex_.unlock();
                  });
 }

@@ -21,7 +21,7 @@ class Notifications {
   bool report(int kind, const char* data, int size);
   bool report_always(int kind, bool on);
 
-  // Takes this process off the board.
+  // Takes this process off the board for good.
   void end();
 
  private:
@@ -41,6 +41,7 @@ class Notifications {
   Bell bell_;                                // the delivering thread's, once that runs
   bool core_data_made_ = false;
   bool was_on_board_ = false;
+  bool ended_ = false;
 };
 
 }  // namespace impl
