@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 
+#include "bootstrap/call_log.h"
 #include "bootstrap/duvet.h"
 #include "bootstrap/guard.h"
 #include "bootstrap/object_heap.h"
@@ -18,9 +19,8 @@ namespace {
 
 Clb_Globals* library_globals = nullptr;
 
-// The start-up profile, and the stream that entry points without an implementation write their names to.
+// The start-up profile.
 Profiler* Profile = nullptr;
-kvostream* Log_Call = nullptr;
 
 // The thread-local slot reserved at start-up.
 DWORD STIndex = TLS_OUT_OF_INDEXES;

@@ -4,6 +4,7 @@
 set(KV_ADVAPI32_SOURCES
   bootstrap/core_data.cpp
   bootstrap/backup_dir.cpp
+  bootstrap/call_log.cpp
   bootstrap/directories.cpp
   bootstrap/file_names.cpp
   bootstrap/guard.cpp
@@ -14,6 +15,9 @@ set(KV_ADVAPI32_SOURCES
   bootstrap/registry_bind.cpp
   bootstrap/registry_table.cpp
   bootstrap/startup.cpp
+  ddr/frames.cpp
+  ddr/records.cpp
+  ddr/scalars.cpp
   log/kv_log.cpp
   log/log_path.cpp
   log/process_logs.cpp
@@ -23,6 +27,13 @@ set(KV_ADVAPI32_SOURCES
   log/settings.cpp
   log/stdout_logger.cpp
   log/system_log.cpp
+  lsa/forwarders.cpp
+  lsa/logon_process.cpp
+  lsa/map_generic_mask.cpp
+  lsa/network.cpp
+  lsa/run_time.cpp
+  lsa/security_packages.cpp
+  lsa/stubs.cpp
   notify/input_idle.cpp
   notify/notification.cpp
   parselib/atom_keys.cpp
@@ -51,6 +62,14 @@ set(KV_ADVAPI32_SOURCES
   registry/hkcu_reader.cpp
   registry/kept_arrays.cpp
   registry/keys.cpp
+  registry/later/copy_tree.cpp
+  registry/later/current_user.cpp
+  registry/later/delete_tree.cpp
+  registry/later/get_value.cpp
+  registry/later/key_value.cpp
+  registry/later/path_list.cpp
+  registry/later/reflection.cpp
+  registry/later/rename_key.cpp
   registry/proxy_file.cpp
   registry/query_info.cpp
   registry/query_multiple.cpp
@@ -67,6 +86,26 @@ set(KV_ADVAPI32_SOURCES
   regserver/connect_data.cpp
   regserver/connect_lock.cpp
   regserver/exports.cpp
+  security/access_check.cpp
+  security/access_check_groups.cpp
+  security/ace.cpp
+  security/acl.cpp
+  security/com_descriptor.cpp
+  security/com_edit.cpp
+  security/com_permissions.cpp
+  security/com_principals.cpp
+  security/com_value.cpp
+  security/descriptor.cpp
+  security/descriptor_conversion.cpp
+  security/descriptor_parts.cpp
+  security/impersonation.cpp
+  security/native.cpp
+  security/registry_descriptor.cpp
+  security/registry_descriptor_values.cpp
+  security/sid.cpp
+  security/sid_text.cpp
+  security/token.cpp
+  security/token_native.cpp
   thunks/mapping.cpp
   thunks/window_procedures.cpp
 )

@@ -13,6 +13,9 @@ install(TARGETS kernel32 advapi32 EXPORT Kelvane LIBRARY DESTINATION ${CMAKE_INS
 install(TARGETS kvstart LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS advapi32impl LIBRARY DESTINATION ${KV_MODULE_DIR})
 install(FILES $<TARGET_OBJECTS:kvstart_object> DESTINATION ${KV_MODULE_DIR} RENAME kvstart.o)
+# The program that access checks start to ask for a user's groups.
+install(PROGRAMS security/getgr.sh DESTINATION ${CMAKE_INSTALL_BINDIR})
+configure_file(security/getgr.sh ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/getgr.sh COPYONLY)
 set_target_properties(advapi32 kvstart PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(advapi32impl PROPERTIES INSTALL_RPATH "$ORIGIN/..")
 

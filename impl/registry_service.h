@@ -10,6 +10,7 @@
 #include <winnt.h>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -110,6 +111,22 @@ class Registry_Service {
   virtual DWORD user_image(std::vector<BYTE>* out_image) = 0;
   // Empty when there is nothing to write at the end of the process.
   virtual DWORD closing_user_image(std::vector<BYTE>* out_image) = 0;
+
+  // The domain of a user by his login name; ERROR_NO_SUCH_USER for one that the registry's host does not have.
+  virtual DWORD user_domain(std::wstring_view user, std::wstring* out_domain) = 0;
+
+  // The number of a user by his login name, of the calling thread's user for null; ERROR_NO_SUCH_USER as above.
+  virtual DWORD user_number(const wchar_t* user, DWORD* out_number) = 0;
+  // A record of the local security authority's policy, which the caller does not own and which stays good.
+  // ERROR_NOT_SUPPORTED for a class that is not told, ERROR_INVALID_PARAMETER for what is no class.
+  virtual DWORD policy(int information_class, void** out_record) = 0;
+  // Notifications between processes; kinds are 0 and 1. False when nothing could be done. What has been asked for is
+  // delivered through KvNotification.
+  virtual bool request_notification(int pid, int kind, bool on) = 0;
+  virtual bool report_notification(int kind, const char* data, int size) = 0;
+  virtual bool report_notification_always(int kind, bool on) = 0;
+  // At the end of the process.
+  virtual void end_notifications() = 0;
 
   // The server, where there is one.
   virtual DWORD shut_down() = 0;

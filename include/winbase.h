@@ -59,11 +59,11 @@ KV_EXPORT DWORD WINAPI GetLastError(void);
 KV_EXPORT void WINAPI SetLastError(DWORD code);
 
 /*
- * Loads the shared object that carries exactly this file name, such as "advapi32impl.dll". A name without
- * "/" is searched in the folders of KVMODULE_PATH (separated by ":"), then in "kelvane/" beside
- * libkernel32.so, then along the loader's own path; a name with "/" is taken as it stands. The same file
- * gives the same module. Null when no such object can be loaded: the last error is then
- * ERROR_MOD_NOT_FOUND and KvModuleError() tells the reason.
+ * Loads the shared object that carries exactly this file name, such as "advapi32impl.dll", or, when the name has no
+ * dot, this name with ".dll". A name without "/" is searched in the folders of KVMODULE_PATH (separated by ":"), then
+ * in "kelvane/" beside libkernel32.so, then along the loader's own path; a name with "/" is taken as it stands. The
+ * same file gives the same module. Null when no such object can be loaded: the last error is then ERROR_MOD_NOT_FOUND
+ * and KvModuleError() tells the reason.
  */
 KV_EXPORT HMODULE WINAPI LoadLibraryA(LPCSTR name);
 
@@ -149,8 +149,8 @@ KV_EXPORT LONG WINAPI InterlockedIncrement(LONG volatile* value);
  *
  * On success the last error is ERROR_SUCCESS, or ERROR_ALREADY_EXISTS when the event was there. Null with
  * ERROR_FILENAME_EXCED_RANGE (name too long), ERROR_ACCESS_DENIED (the folder of events in the temporary directory is
- * not the user's own), ERROR_TOO_MANY_OPEN_FILES, ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, or what else the system
- * refuses. attributes are not looked at.
+ * not the user's own), ERROR_PATH_NOT_FOUND (there is no temporary directory), ERROR_TOO_MANY_OPEN_FILES,
+ * ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, or what else the system refuses. attributes are not looked at.
  */
 KV_EXPORT HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
                                      LPCSTR name);
@@ -201,12 +201,231 @@ KV_EXPORT BOOL WINAPI CloseHandle(HANDLE object);
 #define OpenEvent OpenEventA
 #endif
 
+/* ==== Security identifiers, access-control lists and security descriptors ==== */
+
+/*
+ * They work on the caller's memory, wherever it lies, and ask nobody: nothing here grants or refuses access.
+ * Results are TRUE or FALSE unless told otherwise; a failure leaves the caller's data as it was. None sets the
+ * last error, but for MakeAbsoluteSD and MakeSelfRelativeSD. A pointer may be null only where the text says so.
+ * Any thread may call them; a list or descriptor that is being changed belongs to one thread.
+ *
+ * A SID's length is 8 + 4 for each sub-authority that it counts; nothing else is looked at to find it.
+ */
+
+/*
+ * Allocates a SID with the first count of eight sub-authorities, for FreeSid (or free) to release. A count above
+ * 8 is not refused: the sub-authorities beyond the eighth are 0. The memory is not checked for.
+ */
+KV_EXPORT BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first,
+                                               DWORD second, DWORD third, DWORD fourth, DWORD fifth, DWORD sixth,
+                                               DWORD seventh, DWORD eighth, PSID* out_sid);
+
+/* Releases what AllocateAndInitializeSid gave; null is borne. Returns null. */
+KV_EXPORT PVOID WINAPI FreeSid(PSID sid);
+
+/*
+ * Clears the first 12 bytes, also of a SID without sub-authorities, and writes revision, authority and count; any
+ * count is taken. Sub-authorities but the first are left as they were. TRUE.
+ */
+KV_EXPORT BOOL WINAPI InitializeSid(PSID sid, PSID_IDENTIFIER_AUTHORITY authority, BYTE count);
+
+/* FALSE when source needs more than destination_size bytes. A null source copies nothing and is TRUE. */
+KV_EXPORT BOOL WINAPI CopySid(DWORD destination_size, PSID destination, PSID source);
+
+/* Whether both are byte for byte the same; FALSE when one is null. */
+KV_EXPORT BOOL WINAPI EqualSid(PSID first, PSID second);
+
+/*
+ * Whether both are the same but for their last sub-authority. SIDs of different counts never are; of two without
+ * sub-authorities only the first four bytes are compared. FALSE when one is null.
+ */
+KV_EXPORT BOOL WINAPI EqualPrefixSid(PSID first, PSID second);
+
+/* The length in bytes of a SID (0 for null), and of one with count sub-authorities. */
+KV_EXPORT DWORD WINAPI GetLengthSid(PSID sid);
+KV_EXPORT DWORD WINAPI GetSidLengthRequired(UCHAR count);
+
+/* Addresses inside the SID. The index is not held against the count. */
+KV_EXPORT PSID_IDENTIFIER_AUTHORITY WINAPI GetSidIdentifierAuthority(PSID sid);
+KV_EXPORT PDWORD WINAPI GetSidSubAuthority(PSID sid, DWORD index);
+KV_EXPORT PUCHAR WINAPI GetSidSubAuthorityCount(PSID sid);
+
+/* Whether the revision is 1 and the count at most 15. */
+KV_EXPORT BOOL WINAPI IsValidSid(PSID sid);
+
+/*
+ * Access-control lists. The bytes in use are 8 and the AceSize of each of the AceCount entries, found by walking
+ * them; the free bytes are AclSize less those. The walks believe AceCount and AceSize: before a list from
+ * elsewhere goes to GetAce, FindFirstFreeAce, GetAclInformation or a descriptor, give it to IsValidAcl.
+ */
+
+/*
+ * Makes an empty list of size bytes, of which the low 16 bits are kept. FALSE for a null list, a size below 8 or a
+ * revision other than ACL_REVISION.
+ */
+KV_EXPORT BOOL WINAPI InitializeAcl(PACL acl, DWORD size, DWORD revision);
+
+/* Whether the revision is ACL_REVISION and the bytes in use are no more than AclSize. */
+KV_EXPORT BOOL WINAPI IsValidAcl(PACL acl);
+
+/*
+ * Append an entry behind all others. FALSE for a null list or SID, a revision other than ACL_REVISION, or fewer
+ * free bytes than the SID has: the 8 bytes before the SID are not counted, so a list may be overrun by up to 8
+ * bytes. Keep 8 bytes behind the list, or count them yourself before the last entry.
+ */
+KV_EXPORT BOOL WINAPI AddAccessAllowedAce(PACL acl, DWORD revision, DWORD mask, PSID sid);
+KV_EXPORT BOOL WINAPI AddAccessDeniedAce(PACL acl, DWORD revision, DWORD mask, PSID sid);
+KV_EXPORT BOOL WINAPI AddAuditAccessAce(PACL acl, DWORD revision, DWORD mask, PSID sid, BOOL audit_success,
+                                        BOOL audit_failure);
+
+/*
+ * Adds a list of entries of list_size bytes. With an index of AceCount or more (0xFFFFFFFF is usual) it is
+ * appended; an index inside the list does not insert: it moves what stands behind that entry to list_size
+ * bytes behind the entry's beginning. AceCount grows by one, whatever the list holds. The revision is ignored.
+ * FALSE for a null list, less than 4 bytes, or fewer free bytes than that.
+ */
+KV_EXPORT BOOL WINAPI AddAce(PACL acl, DWORD revision, DWORD index, LPVOID list, DWORD list_size);
+
+/*
+ * Removes the entry of this number; 1 is the first. The free bytes are cleared. Number 0 removes no entry and
+ * still lowers AceCount by one, also from 0 to 65535. FALSE for a null list, a number above AceCount or negative
+ * as a LONG, or when there is no memory.
+ */
+KV_EXPORT BOOL WINAPI DeleteAce(PACL acl, DWORD number);
+
+/* The entry of this number; 1 is the first, and so is 0. FALSE for a null list or a number above AceCount. */
+KV_EXPORT BOOL WINAPI GetAce(PACL acl, DWORD number, LPVOID* out_ace);
+
+/* The address behind the last entry, null for a null list. FALSE always: look at the address. */
+KV_EXPORT BOOL WINAPI FindFirstFreeAce(PACL acl, LPVOID* out_ace);
+
+/*
+ * Fills an ACL_REVISION_INFORMATION (class 1) or ACL_SIZE_INFORMATION (class 2). FALSE for a null buffer, one that
+ * is too small, or another class.
+ */
+KV_EXPORT BOOL WINAPI GetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL_INFORMATION_CLASS information);
+
+/*
+ * Stores the low byte of an ACL_REVISION_INFORMATION as the list's revision, whichever, and whatever the class.
+ * FALSE for a null list or buffer, or a size other than 4.
+ */
+KV_EXPORT BOOL WINAPI SetAclInformation(PACL acl, LPVOID buffer, DWORD size, ACL_INFORMATION_CLASS information);
+
+/*
+ * Security descriptors. The getters hand out the fields as they stand, offsets of a self-relative descriptor
+ * included, with the control bits by their own values (4, not 1, for a DACL that is present); they check nothing
+ * and are TRUE. The setters are FALSE for null or a self-relative descriptor. Parts stay the caller's.
+ */
+
+/* Clears the 40 bytes. FALSE for a revision other than SECURITY_DESCRIPTOR_REVISION; they are cleared all the same. */
+KV_EXPORT BOOL WINAPI InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revision);
+
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorControl(PSECURITY_DESCRIPTOR descriptor,
+                                                   PSECURITY_DESCRIPTOR_CONTROL out_control, LPDWORD out_revision);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR descriptor, PSID* out_owner,
+                                                 LPBOOL out_defaulted);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorGroup(PSECURITY_DESCRIPTOR descriptor, PSID* out_group,
+                                                 LPBOOL out_defaulted);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL out_present, PACL* out_dacl,
+                                                LPBOOL out_defaulted);
+KV_EXPORT BOOL WINAPI GetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL out_present, PACL* out_sacl,
+                                                LPBOOL out_defaulted);
+
+/* Without `present` the last two clear the present bit only: list and defaulted bit stay as they were. */
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR descriptor, PSID owner, BOOL defaulted);
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorGroup(PSECURITY_DESCRIPTOR descriptor, PSID group, BOOL defaulted);
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL dacl,
+                                                BOOL defaulted);
+KV_EXPORT BOOL WINAPI SetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL sacl,
+                                                BOOL defaulted);
+
+/*
+ * GetSecurityDescriptorLength: 40, the lengths of owner and group, and the bytes in use of both lists. That is less
+ * than MakeSelfRelativeSD needs when a list has free bytes. IsValidSecurityDescriptor: whether the revisions are 1
+ * for the descriptor and its SIDs and ACL_REVISION for its lists. Both, and MakeAbsoluteSD, are for absolute
+ * descriptors: given a self-relative one they add its address to the words at the stored offsets, taken as
+ * addresses, which as a rule is a fault.
+ */
+KV_EXPORT DWORD WINAPI GetSecurityDescriptorLength(PSECURITY_DESCRIPTOR descriptor);
+KV_EXPORT BOOL WINAPI IsValidSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor);
+
+/*
+ * Writes the self-relative form. *size is the room in bytes; when it is too small it becomes the size needed, with
+ * the last error ERROR_INSUFFICIENT_BUFFER, and is left alone otherwise. FALSE without a last error for null, for
+ * source and destination being one, and for a source that is self-relative already.
+ */
+KV_EXPORT BOOL WINAPI MakeSelfRelativeSD(PSECURITY_DESCRIPTOR absolute, PSECURITY_DESCRIPTOR self_relative,
+                                         LPDWORD size);
+
+/*
+ * Copies an absolute descriptor and each of its parts into buffers of the caller's. Sizes are in bytes; those of
+ * absent parts are not looked at. A part whose buffer is too small has its size told, with the last error
+ * ERROR_INSUFFICIENT_BUFFER, and nothing is copied. FALSE without a last error for null, for a part without a
+ * buffer, and for a header without room, whose size 40 is told.
+ */
+KV_EXPORT BOOL WINAPI MakeAbsoluteSD(PSECURITY_DESCRIPTOR descriptor, PSECURITY_DESCRIPTOR absolute,
+                                     LPDWORD absolute_size, PACL dacl, LPDWORD dacl_size, PACL sacl, LPDWORD sacl_size,
+                                     PSID owner, LPDWORD owner_size, PSID group, LPDWORD group_size);
+
+/* Writes "Called DeregisterEventSource" to the library's call log, when it has one; FALSE. */
+KV_EXPORT BOOL WINAPI DeregisterEventSource(HANDLE event_log);
+
+/* ==== Access tokens and access checks ==== */
+
+/*
+ * A token here is a number. The plain functions give and know one token, 1, which says nothing about anybody; a
+ * service that asks who its client is uses the functions of kelvane/token.h, whose token is a Unix uid.
+ *
+ * AccessCheck and PrivilegeCheck GRANT EVERYTHING. They are here for programs that call them in passing; whoever
+ * depends on a check calls KvAccessCheck. Any thread may call these functions.
+ */
+
+/* Store the token 1, whatever the arguments. TRUE. The token need not be closed. */
+KV_EXPORT BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE out_token);
+KV_EXPORT BOOL WINAPI OpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self, PHANDLE out_token);
+
+/*
+ * Asks about a token; size is the buffer's in bytes. Any number is a token.
+ *
+ *   TokenUser (16 bytes)         a SID of the authority 5 without sub-authorities, for the caller to release with
+ *                                FreeSid, and the attributes 0
+ *   TokenStatistics (56 bytes)   the token's number as AuthenticationId; nothing else of the record is written
+ *   TokenGroups (24 bytes), TokenPrivileges (16), TokenOwner, TokenPrimaryGroup, TokenDefaultDacl (8 each),
+ *   TokenSource (16), TokenType, TokenImpersonationLevel (4 each)
+ *                                nothing is written
+ *
+ * TRUE; *out_size is not written then. FALSE with the last error ERROR_INSUFFICIENT_BUFFER when the buffer is
+ * smaller than told above, which *out_size then says, or ERROR_INVALID_PARAMETER for any other class.
+ */
+KV_EXPORT BOOL WINAPI GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS information_class, LPVOID buffer,
+                                          DWORD size, PDWORD out_size);
+
+/*
+ * An id that no other call in any process gets until the machine is started again. TRUE, or FALSE with the last
+ * error ERROR_INVALID_PARAMETER for null.
+ */
+KV_EXPORT BOOL WINAPI AllocateLocallyUniqueId(PLUID out_id);
+
+/*
+ * Grants: the granted access is the desired one, the status TRUE, the length of the privilege set 0. Looks at
+ * nothing else and reports the call (kelvane/report.h). TRUE.
+ */
+KV_EXPORT BOOL WINAPI AccessCheck(PSECURITY_DESCRIPTOR descriptor, HANDLE token, DWORD desired_access,
+                                  PGENERIC_MAPPING mapping, PPRIVILEGE_SET privileges, LPDWORD privileges_size,
+                                  LPDWORD out_granted_access, LPBOOL out_status);
+
+/* Stores TRUE: every privilege is held. Reports the call. TRUE. */
+KV_EXPORT BOOL WINAPI PrivilegeCheck(HANDLE token, PPRIVILEGE_SET privileges, LPBOOL out_result);
+
 KV_END_C
 
 #if !defined(UNICODE) && !defined(_UNICODE)
-#define LoadLibrary LoadLibraryA
 #define GetModuleFileName GetModuleFileNameA
 #define GetComputerName GetComputerNameA
 #endif
+
+/* Headers that belong to this one. */
+#include "kelvane/base_services.h"
+#include "securitybaseapi.h"
 
 #endif

@@ -51,6 +51,7 @@ void keep(int pid, HANDLE event) {
 // Hears that another process has become idle.
 class WaitNotifOp final : public NotifOp {
  public:
+  // QUIRK idle-news-reported: whoever hears of another's idleness reports its own.
   int operator()(int pid, int, char*, int) override { return FlagWaitForInputIdle(pid, 1); }
 };
 

@@ -1,14 +1,24 @@
-// Entries of the local security authority and of security descriptors. None is provided: each says so and
-// touches no output.
+// Entries of the local security authority and of security descriptors. Policy is told as the service knows it; logons,
+// package calls and descriptors of keys are not provided: each says so and touches no output.
 #include <kelvane/registry_entries.h>
 #include <winerror.h>
 
+#include "impl/entries/answer.h"
+#include "impl/registry_service.h"
+
 namespace {
 
-// The answer of an entry whose result is a truth value.
-INT_PTR no_and_not_implemented() {
-  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-  return FALSE;
+NTSTATUS status_of(DWORD code) {
+  switch (code) {
+    case ERROR_SUCCESS:
+      return STATUS_SUCCESS;
+    case ERROR_INVALID_PARAMETER:
+      return STATUS_INVALID_PARAMETER;
+    case ERROR_NOT_ENOUGH_MEMORY:
+      return STATUS_NO_MEMORY;
+    default:
+      return STATUS_NOT_SUPPORTED;
+  }
 }
 
 }  // namespace
@@ -28,16 +38,12 @@ NTSTATUS KvILsaLogonUser(HANDLE, void*, int, ULONG, void*, ULONG, void*, void*, 
   return STATUS_NOT_SUPPORTED;
 }
 
-NTSTATUS KvILsaQueryInformationPolicy(HANDLE, int, void**) { return STATUS_NOT_SUPPORTED; }
+NTSTATUS KvILsaQueryInformationPolicy(HANDLE, int information_class, void** out_buffer) {
+  if (out_buffer == nullptr) return STATUS_INVALID_PARAMETER;
+  return status_of(impl::answer([&] { return impl::registry_service().policy(information_class, out_buffer); }));
+}
 
-INT_PTR KvILsaInit(void*, void*, void*, void*, void*, void*) { return STATUS_NOT_SUPPORTED; }
-
-INT_PTR KvIIsAdministrator(void*, void*, void*, void*, void*, void*) { return no_and_not_implemented(); }
-
-INT_PTR KvIMapImpersonatedUser(void*, void*, void*, void*, void*, void*) { return no_and_not_implemented(); }
-
-NTSTATUS KvIGetImpersonatedUserInfo(const wchar_t*, wchar_t*, DWORD*) { return STATUS_NOT_SUPPORTED; }
-
-INT_PTR KvIRefreshSecData(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
+// There is nothing to prepare.
+INT_PTR KvILsaInit(void*, void*, void*, void*, void*, void*) { return STATUS_SUCCESS; }
 
 }  // extern "C"

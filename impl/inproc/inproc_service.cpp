@@ -9,6 +9,8 @@
 
 #include <memory>
 
+#include "impl/inproc/local_policy.h"
+#include "impl/inproc/local_users.h"
 #include "impl/inproc/process_locations.h"
 
 namespace impl {
@@ -45,6 +47,20 @@ DWORD Inproc_Service::closing_user_image(std::vector<BYTE>* out_image) {
   const hive::Status status = registry_.closing_user_image(out_image);
   registry_.note_orderly_end();
   return code_of(status);
+}
+
+DWORD Inproc_Service::user_domain(std::wstring_view user, std::wstring* out_domain) {
+  return domain_of_local_user(user, out_domain);
+}
+
+DWORD Inproc_Service::user_number(const wchar_t* user, DWORD* out_number) {
+  if (user != nullptr) return number_of_local_user(user, out_number);
+  *out_number = number_of_thread_user();
+  return ERROR_SUCCESS;
+}
+
+DWORD Inproc_Service::policy(int information_class, void** out_record) {
+  return local_policy(information_class, out_record);
 }
 
 // There is no server here to shut down, and nobody is connected to it.

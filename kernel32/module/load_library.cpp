@@ -1,5 +1,6 @@
 // LoadLibraryA: the first file of the name decides. A file that is there and does not load is the failure
-// itself; no other file of that name is tried in its place.
+// itself; no other file of that name is tried in its place. The layer's own libraries answer to their Windows
+// names.
 #include <dlfcn.h>
 #include <winbase.h>
 #include <winerror.h>
@@ -9,6 +10,7 @@
 #include "kernel32/module/loaded.h"
 #include "kernel32/module/module_error.h"
 #include "kernel32/module/search.h"
+#include "kernel32/module/windows_name.h"
 
 namespace {
 
@@ -16,7 +18,10 @@ namespace {
 std::string file_to_load(const std::string& name) {
   if (name.find('/') != name.npos) return kelvane::absolute_path(name);
   std::string found = kelvane::find_module_file(name);
-  return found.empty() ? name : kelvane::absolute_path(found);
+  if (found.empty() && name.find('.') == name.npos) found = kelvane::find_module_file(name + ".dll");
+  if (!found.empty()) return kelvane::absolute_path(found);
+  std::string own = kelvane::own_library(name);
+  return own.empty() ? name : own;
 }
 
 std::string why_not_loaded(const std::string& file) {

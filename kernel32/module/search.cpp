@@ -14,17 +14,11 @@ namespace {
 // Any object of this library, by whose address the loader tells the library's file.
 const char anchor = 0;
 
-std::string folder_beside_library() {
+std::string find_library_folder() {
   Dl_info library;
   if (dladdr(&anchor, &library) == 0 || library.dli_fname == nullptr) return "";
   std::string file = kelvane::absolute_path(library.dli_fname);
-  return file.substr(0, file.rfind('/') + 1) + "kelvane";
-}
-
-// Never destroyed: modules are loaded while the process ends, too.
-const std::string& own_folder() {
-  static const std::string& folder = *new std::string(folder_beside_library());
-  return folder;
+  return file.substr(0, file.rfind('/') + 1);
 }
 
 bool is_file(const std::string& path) {
@@ -40,9 +34,16 @@ std::string kelvane::absolute_path(const std::string& path) {
   return failure ? path : absolute;
 }
 
+// Never destroyed: modules are loaded while the process ends, too.
+const std::string& kelvane::library_folder() {
+  static const std::string& folder = *new std::string(find_library_folder());
+  return folder;
+}
+
 std::string kelvane::module_folders() {
   const char* configured = secure_getenv("KVMODULE_PATH");
-  return (configured != nullptr ? configured + std::string(":") : "") + own_folder();
+  return (configured != nullptr ? configured + std::string(":") : "") +
+         (library_folder().empty() ? "" : library_folder() + "kelvane");
 }
 
 std::string kelvane::find_module_file(std::string_view name) {

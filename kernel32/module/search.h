@@ -15,6 +15,9 @@ std::string module_folders();
 // link to one) counts, readable or not.
 std::string find_module_file(std::string_view name);
 
+// The folder of this library's own file, with "/" at its end; "" when the system does not tell it.
+const std::string& library_folder();
+
 // The path made absolute by the current directory; links are kept.
 std::string absolute_path(const std::string& path);
 

@@ -23,12 +23,13 @@ namespace {
 constexpr mode_t lock_file_mode = S_ISVTX | 0600;
 
 std::mutex& folder_mutex() {
-  static std::mutex& mutex = *[] {
-    pthread_atfork([] { folder_mutex().lock(); }, [] { folder_mutex().unlock(); }, [] { folder_mutex().unlock(); });
-    return new std::mutex;
-  }();
+  static std::mutex& mutex = *new std::mutex;
   return mutex;
 }
+
+// Registered while the library is loaded, as that of the table of handles is.
+[[maybe_unused]] const int forks_guarded =
+    pthread_atfork([] { folder_mutex().lock(); }, [] { folder_mutex().unlock(); }, [] { folder_mutex().unlock(); });
 
 bool wait_for_lock(int fd) {
   int result = 0;
@@ -67,9 +68,10 @@ Event_Folder_Lock::Event_Folder_Lock(const std::string& folder) {
   } while (!lock_file(file) && error_ == 0);
 }
 
-// False without an error when the file was replaced while we waited for it.
+// False without an error when the file was replaced while we waited for it, or the folder is gone again.
 bool Event_Folder_Lock::lock_file(const std::string& file) {
   const int fd = KvCreatePrivateFile(file.c_str(), O_RDWR | O_CREAT, 0600);
+  if (fd < 0 && errno == ENOENT) return false;
   if (fd < 0 || !wait_for_lock(fd)) {
     error_ = errno;
     if (fd >= 0) close(fd);

@@ -76,6 +76,7 @@ Found_Event create_named_event(const std::string& relative_path, Event_Start sta
   const std::string folder = event_folder();
   const std::string path = folder + "/" + relative_path;
   const Event_Folder_Lock lock(folder);
+  if (lock.error() == ENOENT) return {nullptr, ERROR_PATH_NOT_FOUND};
   if (lock.error() != 0) return {nullptr, code_of_errno(lock.error())};
   sweep_once(folder);
   Own_Descriptor fifo = make_fifo(folder, path);

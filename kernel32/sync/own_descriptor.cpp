@@ -52,7 +52,7 @@ Own_Descriptor::Own_Descriptor(int fd) : fd_(above_standard(fd)) {
   id_ = become_owner(fd_);
   device_ = status.st_dev;
   inode_ = status.st_ino;
-  mark_ = put_mark(fd_);
+  if (!S_ISFIFO(status.st_mode)) mark_ = put_mark(fd_);
 }
 
 Own_Descriptor::Own_Descriptor(Own_Descriptor&& other) noexcept

@@ -23,39 +23,22 @@ TEST_F(NotProvided, LogSettingsServiceDataAndShutDownAre120) {
   EXPECT_EQ(entries().KvIRegShutDown(), 120u);
 }
 
-TEST_F(NotProvided, SecurityAuthorityAnswersNotSupported) {
+TEST_F(NotProvided, LogonsAndPackageCallsAnswerNotSupported) {
   constexpr NTSTATUS not_supported = static_cast<NTSTATUS>(0xC00000BB);
   void* out = &out;
-  wchar_t domain[4] = L"###";
-  DWORD length = 4;
-  EXPECT_EQ(entries().KvILsaQueryInformationPolicy(nullptr, 1, &out), not_supported);
+  HANDLE token = &out;
   EXPECT_EQ(entries().KvILsaCallAuthenticationPackage(nullptr, 0, nullptr, 0, &out, nullptr, nullptr, nullptr, nullptr),
             not_supported);
   EXPECT_EQ(entries().KvILsaLogonUser(nullptr, nullptr, 0, 0, nullptr, 0, nullptr, nullptr, &out, nullptr, nullptr,
-                                      nullptr, nullptr, nullptr),
+                                      &token, nullptr, nullptr),
             not_supported);
-  EXPECT_EQ(entries().KvILsaInit(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), not_supported);
-  EXPECT_EQ(entries().KvIGetImpersonatedUserInfo(L"user", domain, &length), not_supported);
   EXPECT_EQ(out, &out);
-  EXPECT_EQ(length, 4u);
-  EXPECT_EQ(domain[0], L'#');
+  EXPECT_EQ(token, &out);
 }
 
-TEST_F(NotProvided, QuestionsAboutUsersAreAnsweredNoWithTheLastError) {
-  SetLastError(0);
-  EXPECT_EQ(entries().KvIIsAdministrator(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(GetLastError(), 120u);
-  SetLastError(0);
-  EXPECT_EQ(entries().KvIMapImpersonatedUser(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(GetLastError(), 120u);
-  EXPECT_EQ(entries().KvIRefreshSecData(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 120);
-}
-
-TEST_F(NotProvided, NotificationsAnswerZero) {
-  char data[] = "d";
-  EXPECT_EQ(entries().KvIRequestNotification(1, 0, 1), 0);
-  EXPECT_EQ(entries().KvIReportNotification(0, data, 1), 0);
-  EXPECT_EQ(entries().KvIAutoReportNotification(0, 0), 0);
+TEST(SecurityAuthority, HasNothingToPrepareAndNothingToRefresh) {
+  EXPECT_EQ(entries().KvILsaInit(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(entries().KvIRefreshSecData(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
 }
 
 TEST(Connected, NobodyIsWithoutAServer) {

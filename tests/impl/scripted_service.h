@@ -98,6 +98,29 @@ class Scripted_Service final : public impl::Registry_Service {
     *out_image = image;
     return code;
   }
+  DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override {
+    if (no_memory) throw std::bad_alloc();
+    asked_user = user;
+    *out_domain = stored_domain;
+    return code;
+  }
+  DWORD user_number(const wchar_t* user, DWORD* out_number) override {
+    if (no_memory) throw std::bad_alloc();
+    asked_user = user != nullptr ? user : L"(null)";
+    if (code == ERROR_SUCCESS) *out_number = stored_number;
+    return code;
+  }
+  DWORD policy(int information_class, void** out_record) override {
+    asked_class = information_class;
+    if (code == ERROR_SUCCESS) *out_record = this;
+    return code;
+  }
+  bool request_notification(int pid, int kind, bool on) override { return note("request", pid, kind, on); }
+  bool report_notification(int kind, const char* data, int size) override {
+    return note("report", kind, data == nullptr ? -1 : *data, size);
+  }
+  bool report_notification_always(int kind, bool on) override { return note("always", kind, on, 0); }
+  void end_notifications() override { note("end", 0, 0, 0); }
   DWORD shut_down() override { return code; }
   DWORD list_connected(RegistryConnection*, DWORD* count) override {
     *count = 0;
@@ -107,11 +130,14 @@ class Scripted_Service final : public impl::Registry_Service {
   DWORD code = ERROR_SUCCESS;
   bool no_memory = false;
   bool created = true;
+  DWORD stored_number = 0;
+  int asked_class = -1;
   std::u16string stored_name = u"hello";
   std::u16string stored_class;
   std::string stored_data = "0123456789ab";
   DWORD stored_type = REG_SZ;
   std::vector<BYTE> image;
+  std::wstring stored_domain = L"HOST";
 
   std::u16string path = u"(not asked)";
   std::u16string class_name;
@@ -123,8 +149,18 @@ class Scripted_Service final : public impl::Registry_Service {
   std::string file_name = "(not asked)";
   std::vector<DWORD> watched;  // subtree, filter
   HANDLE watch_event = HANDLE(0x55);
+  std::wstring asked_user = L"(not asked)";
+  std::string notifications;
 
  private:
+  bool note(const char* what, int first, int second, int third) {
+    if (no_memory) throw std::bad_alloc();
+    for (const std::string& word : {std::string(what), std::to_string(first), std::to_string(second)}) {
+      notifications += word + " ";
+    }
+    notifications += std::to_string(third) + ";";
+    return code == ERROR_SUCCESS;
+  }
   DWORD note(std::u16string_view asked) {
     if (no_memory) throw std::bad_alloc();
     path = asked;

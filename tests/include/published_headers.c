@@ -1,6 +1,13 @@
 /* A C source of the kind that is ported: what it takes for granted about the published headers. */
 #ifdef OURS_FIRST
 #include <windows.h>
+/* Included by themselves. */
+#include <dbghelp.h>
+#include <ntsecapi.h>
+#include <process.h>
+#include <sspi.h>
+#include <tchar.h>
+#include <winternl.h>
 #endif
 #include <errno.h>
 #include <fcntl.h>
@@ -15,6 +22,13 @@
 #include <unistd.h>
 #ifdef OURS_LAST
 #include <windows.h>
+/* Included by themselves. */
+#include <dbghelp.h>
+#include <ntsecapi.h>
+#include <process.h>
+#include <sspi.h>
+#include <tchar.h>
+#include <winternl.h>
 #endif
 
 /* Root handles initialise static objects. */
@@ -39,3 +53,22 @@ LONG CALLBACK read_setting(LPCTSTR name, LPDWORD value) {
 HKEY root_at(DWORD index);
 
 HKEY root_at(DWORD index) { return index < sizeof roots / sizeof roots[0] ? roots[index] : NULL; }
+
+/* A service's table, and text that follows UNICODE. */
+static TCHAR service_name[] = _T("example");
+static VOID WINAPI run_service(DWORD argument_count, LPTSTR* arguments) {
+  (void)argument_count;
+  (void)arguments;
+}
+
+BOOL dispatch(void);
+
+BOOL dispatch(void) {
+  SERVICE_TABLE_ENTRY table[] = {{service_name, run_service}, {NULL, NULL}};
+  return _tcslen(service_name) != 0 && StartServiceCtrlDispatcher(table);
+}
+
+/* An address of 64 bits needs no cast. */
+DWORD64 base_of(DWORD64 address);
+
+DWORD64 base_of(DWORD64 address) { return SymGetModuleBase64(GetCurrentProcess(), address); }

@@ -1,6 +1,13 @@
 /* A C++ source of the kind that is ported: what it takes for granted about the published headers. */
 #ifdef OURS_FIRST
 #include <windows.h>
+/* Included by themselves. */
+#include <dbghelp.h>
+#include <ntsecapi.h>
+#include <process.h>
+#include <sspi.h>
+#include <tchar.h>
+#include <winternl.h>
 #endif
 #include <errno.h>
 #include <fcntl.h>
@@ -19,6 +26,13 @@
 #include <string>
 #ifdef OURS_LAST
 #include <windows.h>
+/* Included by themselves. */
+#include <dbghelp.h>
+#include <ntsecapi.h>
+#include <process.h>
+#include <sspi.h>
+#include <tchar.h>
+#include <winternl.h>
 #endif
 
 /* Root handles initialise static objects. */
@@ -48,3 +62,22 @@ HKEY root_at(DWORD index) { return index < sizeof roots / sizeof roots[0] ? root
 int least_of(int first, int second);
 
 int least_of(int first, int second) { return std::min(first, std::max(second, std::numeric_limits<int>::min())); }
+
+/* A service's table, and text that follows UNICODE. */
+static TCHAR service_name[] = _T("example");
+static VOID WINAPI run_service(DWORD argument_count, LPTSTR* arguments) {
+  (void)argument_count;
+  (void)arguments;
+}
+
+BOOL dispatch(void);
+
+BOOL dispatch(void) {
+  SERVICE_TABLE_ENTRY table[] = {{service_name, run_service}, {NULL, NULL}};
+  return _tcslen(service_name) != 0 && StartServiceCtrlDispatcher(table);
+}
+
+/* An address of 64 bits needs no cast. */
+DWORD64 base_of(DWORD64 address);
+
+DWORD64 base_of(DWORD64 address) { return SymGetModuleBase64(GetCurrentProcess(), address); }

@@ -4,6 +4,10 @@
 #include <kelvane/registry_table.h>
 #include <windows.h>
 
+#include <dbghelp.h>
+#include <ntsecapi.h>
+#include <sspi.h>
+
 namespace {
 
 TEST(PublishedTypes, HaveThe64BitWindowsSizes) {
@@ -67,6 +71,33 @@ TEST(ErrorCodes, HaveTheirPublishedNumbers) {
   EXPECT_EQ(ERROR_NOT_REGISTRY_FILE, 1017);
   EXPECT_EQ(ERROR_KEY_DELETED, 1018);
   EXPECT_EQ(ERROR_INTERNAL_ERROR, 1359);
+}
+
+TEST(PublishedTypes, RecordsOfServicesHaveThe64BitWindowsSizes) {
+  EXPECT_EQ(sizeof(SERVICE_STATUS), 28u);
+  EXPECT_EQ(sizeof(ENUM_SERVICE_STATUS), 48u);
+  EXPECT_EQ(sizeof(QUERY_SERVICE_CONFIG), 64u);
+  EXPECT_EQ(sizeof(SERVICE_TABLE_ENTRY), 16u);
+}
+
+TEST(PublishedTypes, RecordsOfSecurityPackagesAndPolicyHaveThe64BitWindowsSizes) {
+  EXPECT_EQ(sizeof(SecPkgInfo), 32u);
+  EXPECT_EQ(sizeof(LSA_UNICODE_STRING), 16u);
+  EXPECT_EQ(sizeof(LSA_OBJECT_ATTRIBUTES), 48u);
+  EXPECT_EQ(sizeof(POLICY_ACCOUNT_DOMAIN_INFO), 24u);
+}
+
+TEST(PublishedTypes, RecordsOfDebugHelpHaveThe64BitWindowsSizes) {
+  EXPECT_EQ(sizeof(STACKFRAME64), 264u);
+  EXPECT_EQ(sizeof(IMAGEHLP_SYMBOL64), 32u);
+  EXPECT_EQ(sizeof(IMAGEHLP_SYMBOL), 24u);
+}
+
+TEST(ComponentResults, HaveTheirPublishedNumbers) {
+  EXPECT_EQ(static_cast<DWORD>(E_NOTIMPL), 0x80004001u);
+  EXPECT_EQ(static_cast<DWORD>(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)), 0x80070005u);
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_SUCCESS), S_OK);
+  EXPECT_TRUE(FAILED(E_ACCESSDENIED));
 }
 
 TEST(ValueTypes, HaveTheirPublishedNumbers) {

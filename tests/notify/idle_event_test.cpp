@@ -30,6 +30,7 @@ TEST_F(Notifications, OfIdleKeepTheEventWhenTheyAreNotToCloseIt) {
   EXPECT_EQ(state_of_event(some_event), "none");
 }
 
+// QUIRK idle-news-reported
 TEST_F(Notifications, OfKind0ReachTheLibrarysOwnHandler) {
   EXPECT_EQ(AdvInitInputIdle(), 1);
   const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, some_event);

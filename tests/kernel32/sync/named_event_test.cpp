@@ -206,6 +206,25 @@ TEST(EventFolder, IsMadeAgainWhenItIsGone) {
   CloseHandle(event);
 }
 
+TEST(EventFolder, WithoutATemporaryDirectoryCannotBeMade) {
+  const Temp_Folder folder;
+  const auto program = run_program(
+      {"/proc/self/exe", "--gtest_filter=Elsewhere.DISABLED_FindsNoFolder", "--gtest_also_run_disabled_tests"},
+      {"TMPDIR=" + folder / "missing"});
+  EXPECT_EQ(program.exit_status, 0) << program.out;
+}
+
+// Not a test of its own: a program whose temporary directory is missing.
+TEST(Elsewhere, DISABLED_FindsNoFolder) {
+  EXPECT_EQ(make_event(true, false, "nowhere"), nullptr);
+  EXPECT_EQ(GetLastError(), 3u);
+  EXPECT_EQ(open_event("nowhere"), nullptr);
+  EXPECT_EQ(GetLastError(), 2u);
+  const HANDLE unnamed = make_event(true, true);
+  EXPECT_EQ(look_at(unnamed), 0u);
+  CloseHandle(unnamed);
+}
+
 TEST(EventFolder, WithAFileInThePlaceOfAnEventRefusesIt) {
   CloseHandle(make_event(true, false, "folder"));
   fclose(fopen((event_folder() / "file").c_str(), "w"));

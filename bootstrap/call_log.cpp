@@ -1,0 +1,7 @@
+#include "bootstrap/call_log.h"
+
+inline namespace kelvane {
+
+kvostream* Log_Call = nullptr;
+
+}  // namespace kelvane
