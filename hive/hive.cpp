@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 #include "hive/store/fork.h"
 #include "hive/store/meta.h"
@@ -25,11 +26,14 @@ std::string real_path(const std::string& path) {
   return result;
 }
 
-// The folders above a file, as far as they are missing. What fails is found when the file is made.
-void make_folders(const std::string& file) {
+// The folders above a file, as far as they are missing. errno of the first that cannot be made, else 0.
+int make_folders(const std::string& file) {
+  int failed = 0;
   for (std::size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1)) {
-    mkdir(file.substr(0, slash).c_str(), folder_mode);
+    bool stands = mkdir(file.substr(0, slash).c_str(), folder_mode) == 0 || errno == EEXIST;
+    if (!stands && failed == 0) failed = errno;
   }
+  return failed;
 }
 
 }  // namespace
@@ -42,7 +46,7 @@ Hive::Hive(std::string path, Hive_Traits traits, Complain complain)
 }
 
 Hive::~Hive() {
-  if (store_ != nullptr) store_->detach();
+  if (Store* store = store_) store->detach();
 }
 
 Status Hive::write(Transaction_Body body) {
@@ -51,6 +55,13 @@ Status Hive::write(Transaction_Body body) {
     Status status = body(connection);
     return status == Status::ok ? count_change(connection) : status;
   });
+}
+
+void Hive::note_orderly_end() {
+  std::unique_lock lock(opening_mutex());
+  Store* store = store_;
+  lock.unlock();
+  if (store != nullptr && !is_private()) store->note_orderly_end();
 }
 
 Status Hive::run(Access access, Transaction_Body body) {
@@ -86,11 +97,13 @@ Status Hive::find_store(Store** out, Findings& findings) {
   Store* former = nullptr;
   {
     std::lock_guard lock(opening_mutex());
-    if (store_ == nullptr || !(store_->identity() == identity)) {
-      former = store_;
-      store_ = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
-    }
     *out = store_;
+    if (*out == nullptr || !((*out)->identity() == identity)) {
+      former = *out;
+      said_of_damage_.clear();
+      *out = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
+      store_ = *out;
+    }
   }
   if (former != nullptr) former->detach();
   return Status::ok;
@@ -124,11 +137,12 @@ Status Hive::find_file(struct stat* out, std::string* reason) {
 // which would take that opener's locks away.
 Status Hive::make_file(std::string* reason) {
   std::lock_guard lock(opening_mutex());
-  make_folders(path_);
+  int no_folder = make_folders(path_);
   int fd = above_standard(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, traits_.file_mode));
   if (fd < 0) {
     int error = errno;
     if (error == EEXIST) return Status::ok;
+    if (error == ENOENT && no_folder != 0) error = no_folder;
     *reason = text_of_errno(error);
     return status_of_errno(error);
   }
@@ -158,6 +172,7 @@ std::string Hive::line_to_say(Access access, Status status, const std::string& r
     return {};
   }
   std::string line = (is_private() ? "private hive" : path_) + ": " + text_of(status) + " (" + reason + ")";
+  if (status == Status::damaged && line == std::exchange(said_of_damage_, line)) return {};
   if (line == said_[0] || line == said_[1]) return {};
   said_[say(access)] = line;
   silent_ = false;

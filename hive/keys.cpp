@@ -52,6 +52,7 @@ Status follow(Connection& connection, Path_Parts& parts, Progress* progress, std
 }
 
 Status note_new_child(Connection& connection, std::int64_t parent, const Key_Row& row, const New_Key& child) {
+  connection.note_changed(parent);
   Statement changed(connection, Query::children_changed);
   changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(child.written));
   changed.bind(4, row.children + 1);
@@ -69,6 +70,7 @@ std::uint32_t largest_of_children(Connection& connection, Query query, std::int6
 // A maximum is looked for only when the child that went was as large as it.
 Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Row& child) {
   Key_Row row;
+  connection.note_changed(parent);
   if (read_key(connection, parent, &row) != Status::ok) return connection.failed_or(Status::damaged);
   if (units(child.folded) == row.max_child_units) {
     row.max_child_units = largest_of_children(connection, Query::child_name_units, parent, row.max_child_units);
@@ -80,16 +82,6 @@ Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Ro
   changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
   changed.bind(4, row.children - 1).bind(5, row.max_child_units).bind(6, row.max_class_units);
   return changed.run();
-}
-
-// How many keys there are from below the root to this one.
-int depth_of(Connection& connection, std::int64_t key) {
-  int depth = -1;
-  for (; key != 0 && depth < max_key_depth; ++depth) {
-    Statement up(connection, Query::parent_of);
-    key = up.bind(1, key).row() ? up.number(0) : 0;
-  }
-  return depth;
 }
 
 // One part of a path that is made: a sub-key of *key, which becomes it.
@@ -178,9 +170,36 @@ Status remove_key(Connection& connection, std::int64_t key) {
   if (status != Status::ok) return status;
   if (row.parent == 0) return Status::denied;
   if (row.children > 0) return Status::has_children;
+  connection.note_changed(key);
   Statement(connection, Query::drop_large_of_key).bind(1, key).run();
   Statement(connection, Query::drop_key).bind(1, key).run();
   return note_lost_child(connection, row.parent, row);
+}
+
+int depth_of(Connection& connection, std::int64_t key) {
+  int depth = -1;
+  for (; key != 0 && depth < max_key_depth; ++depth) {
+    Statement up(connection, Query::parent_of);
+    key = up.bind(1, key).row() ? up.number(0) : 0;
+  }
+  return depth;
+}
+
+Status remove_content(Connection& connection, std::int64_t key) {
+  connection.note_all_changed();
+  Statement(connection, Query::drop_large_below).bind(1, key).run();
+  Statement(connection, Query::drop_below).bind(1, key).run();
+  return Statement(connection, Query::drop_values).bind(1, key).run();
+}
+
+Status note_changed_class(Connection& connection, std::int64_t parent) {
+  Key_Row row;
+  if (read_key(connection, parent, &row) != Status::ok) return connection.failed_or(Status::damaged);
+  std::uint32_t longest = largest_of_children(connection, Query::child_class_units, parent, max_class_units);
+  Statement changed(connection, Query::children_changed);
+  changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(row.written));
+  changed.bind(4, row.children).bind(5, row.max_child_units).bind(6, longest);
+  return changed.run();
 }
 
 std::int64_t insert_key(Connection& connection, const New_Key& key) {

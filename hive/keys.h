@@ -64,6 +64,13 @@ std::int64_t insert_key(Connection& connection, const New_Key& key);
 // With a number that was set aside for it.
 Status insert_key_as(Connection& connection, std::int64_t number, const New_Key& key);
 
+// A key without what it has: its values go and all keys below it, volatile ones too. Its own row stays as it is.
+Status remove_content(Connection& connection, std::int64_t key);
+// How many keys there are from below the root to this one.
+int depth_of(Connection& connection, std::int64_t key);
+// Tells a key that a sub-key's class is another one.
+Status note_changed_class(Connection& connection, std::int64_t parent);
+
 // Takes counts and maxima of the sub-keys from the sub-keys themselves.
 Status count_children_anew(Connection& connection, std::int64_t key);
 

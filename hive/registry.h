@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/fault.h"
 #include "hive/status.h"
 
 namespace hive {
@@ -40,6 +41,7 @@ class Locations {
 // One line about a hive that cannot be used, without newline: the file and the reason.
 using Complain = void (*)(const std::string& line);
 
+class Read_Section;
 class Open_Key;  // which key of which hive, with its places of enumeration; shared by its users
 using Key = std::shared_ptr<Open_Key>;
 
@@ -103,6 +105,8 @@ class Registry {
   Status info(const Key& key, Text_Out* class_name, Key_Counts* out_counts);
 
   Status read_value(const Key& key, std::u16string_view name, Value_Out& value);
+  // For who is in a section already.
+  Status read_value(const Read_Section& section, const Key& key, std::u16string_view name, Value_Out& value);
   Status write_value(const Key& key, std::u16string_view name, std::uint32_t type, const unsigned char* data,
                      std::uint32_t size);
   Status remove_value(const Key& key, std::u16string_view name);
@@ -114,6 +118,15 @@ class Registry {
   Status flush(const Key& key);
   // The key and all below it as a new hive file; the file must not stand.
   Status save(const Key& key, const std::string& file);
+  // A hive file, such as a saved key or a backup, in the place of the key at a path, which is made when missing: all
+  // that the key is and has is replaced by what the file's root is and has, or nothing is. The key keeps its handles,
+  // those to keys below it are gone. The file is only read. not_found: no such file; damaged, not_a_hive,
+  // newer_version, denied: of the file; busy: also a hive that is in use here; invalid: it would be too deep;
+  // must_be_volatile: the key is volatile.
+  Status load(const Key& at, std::u16string_view path, const std::string& file);
+  // Looks the key's hive through, or a hive file that is not in use here; what is wrong is told, nothing changed.
+  Status check(const Key& key, std::vector<Found_Fault>* out);
+  Status check_file(const std::string& file, std::vector<Found_Fault>* out);
   // Every hive that is open or stands, consistent, into a folder (made when missing): "machine.hive" and
   // "user.hive", each a hive file that can be put in the place of the one it was copied from. A path that is
   // no folder: exists.
@@ -122,6 +135,8 @@ class Registry {
   Status user_image(std::vector<unsigned char>* out_image);
   // The same for the end of the process: empty when the per-user file already carries it.
   Status closing_user_image(std::vector<unsigned char>* out_image);
+  // The process ends as it should: the next one to open its hives need not look them through.
+  void note_orderly_end();
 
  private:
   struct Parts;

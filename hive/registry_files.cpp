@@ -2,11 +2,34 @@
 #include <unistd.h>
 
 #include "hive/backup.h"
+#include "hive/check.h"
+#include "hive/foreign_hive.h"
+#include "hive/keys.h"
+#include "hive/load.h"
+#include "hive/name.h"
 #include "hive/registry.h"
 #include "hive/registry_parts.h"
 #include "hive/save.h"
 
 namespace hive {
+namespace {
+
+// Files are read with some hive's mutex held, which a fork waits for: here that of a hive which nobody else uses.
+Hive& workshop() {
+  static Hive& hive = *new Hive({}, {}, nullptr);
+  return hive;
+}
+
+Status check_foreign(Foreign_Hive& file, std::vector<Found_Fault>* out) {
+  return workshop().use([&](Connection&) {
+    std::string reason;
+    Status status = file.read([&](Connection& connection) { return check_hive(connection, out); }, &reason);
+    if (status == Status::damaged && out->empty()) out->push_back({Fault::structure, 0, reason});
+    return status;
+  });
+}
+
+}  // namespace
 
 Status Registry::save(const Key& key, const std::string& file) {
   if (key->place == Place::nothing) return Status::denied;
@@ -16,6 +39,49 @@ Status Registry::save(const Key& key, const std::string& file) {
   status = parts_->read(
       key, [&](Connection& connection, std::int64_t number) { return target.write_tree(connection, number); });
   return status == Status::ok ? target.keep() : status;
+}
+
+// The file is looked through before the hive is locked for other writers.
+Status Registry::load(const Key& at, std::u16string_view path, const std::string& file) {
+  Parts::Start start;
+  Status status = parts_->start_of(at, path, &start);
+  if (status != Status::ok) return status;
+  bool is_users = start.key->place == Place::users;
+  std::u16string_view first = Path_Parts(start.path).next();
+  if (start.key->place == Place::nothing || (is_users && first.empty())) return Status::denied;
+  Foreign_Hive source;
+  std::vector<Found_Fault> faults;
+  status = source.find(file);
+  if (status == Status::ok) status = check_foreign(source, &faults);
+  if (status == Status::ok && !faults.empty()) status = Status::damaged;
+  if (status != Status::ok) return status;
+  return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
+    std::int64_t known = 0;
+    if (is_users && find_key(connection, key, first, &known) == Status::not_found) return Status::denied;
+    return load_tree(connection, key, start.path, source);
+  });
+}
+
+Status Registry::check(const Key& key, std::vector<Found_Fault>* out) {
+  out->clear();
+  if (key->place == Place::nothing) return Status::ok;
+  return key->hive->read([&](Connection& connection) {
+    out->clear();
+    return check_hive(connection, out);
+  });
+}
+
+Status Registry::check_file(const std::string& file, std::vector<Found_Fault>* out) {
+  out->clear();
+  Foreign_Hive source;
+  Status status = source.find(file);
+  return status == Status::ok ? check_foreign(source, out) : status;
+}
+
+void Registry::note_orderly_end() {
+  for (const std::shared_ptr<Hive>& hive : {parts_->hives.machine_if_used(), parts_->hives.user_if_used()}) {
+    if (hive != nullptr) hive->note_orderly_end();
+  }
 }
 
 Status Registry::backup(const std::string& path) {

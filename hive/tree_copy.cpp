@@ -91,6 +91,7 @@ Status walk_tree(Connection& connection, std::int64_t key, Tree_Visitor& visitor
 }
 
 Status Tree_Writer::begin_top(const Key_Record& key) {
+  connection_.note_all_changed();
   std::string class_name = stored_form(key.class_name);
   Statement set(connection_, Query::set_key_record);
   set.bind(1, root_).bind(2, connection_.take_id()).bind(3, class_name);
@@ -107,6 +108,7 @@ Status Tree_Writer::begin_key(const Key_Record& key) {
   if (!is_child_name(key.name) || levels_.size() > max_key_depth || key.class_name.size() > max_class_units) {
     return Status::damaged;
   }
+  if (depth_ + levels_.size() > max_key_depth) return Status::invalid;
   if (has_row(connection_, Query::find_child, parent.key, folded)) return Status::damaged;
   std::string name = stored_form(key.name);
   std::string class_name = stored_form(key.class_name);

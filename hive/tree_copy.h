@@ -14,10 +14,13 @@ namespace hive {
 Status walk_tree(Connection& connection, std::int64_t key, Tree_Visitor& visitor);
 
 // Writes a tree below a root that has nothing yet, the tree's top into the root itself. In a writing
-// transaction of its caller. A tree that no hive can hold (two keys of one name, too long a name) is damaged.
+// transaction of its caller. A tree that no hive can hold (two keys of one name, too long a name) is damaged; one
+// that is too deep only for where it goes is invalid.
 class Tree_Writer : public Tree_Visitor {
  public:
-  Tree_Writer(Connection& connection, std::int64_t root) : connection_(connection), root_(root) {}
+  // depth: how many keys below the hive's root the tree's top stands.
+  Tree_Writer(Connection& connection, std::int64_t root, std::size_t depth = 0)
+      : connection_(connection), root_(root), depth_(depth) {}
 
   Status begin_key(const Key_Record& key) override;
   Status value(const Value_Record& value) override;
@@ -39,6 +42,7 @@ class Tree_Writer : public Tree_Visitor {
 
   Connection& connection_;
   std::int64_t root_;
+  std::size_t depth_;
   std::vector<Level> levels_;
 };
 

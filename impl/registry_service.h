@@ -102,6 +102,7 @@ class Registry_Service {
 
   // Whole hives. file and path are in the code page.
   virtual DWORD save_key(HKEY key, const char* file) = 0;
+  virtual DWORD load_key(HKEY key, std::u16string_view path, const char* file) = 0;
   virtual DWORD backup(const char* path) = 0;
   virtual DWORD user_image(std::vector<BYTE>* out_image) = 0;
   // Empty when there is nothing to write at the end of the process.

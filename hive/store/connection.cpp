@@ -16,6 +16,7 @@ constexpr const char* query_texts[] = {
 };
 
 constexpr int ids_of_a_block = 1000;
+constexpr std::size_t most_changed_keys = 1024;  // that are noted one by one
 
 // Nothing of the schema of a hive is believed, and nothing is mapped into memory but the log's index.
 constexpr const char* settings =
@@ -30,8 +31,8 @@ void count_units_of(sqlite3_context* context, int, sqlite3_value** arguments) {
   sqlite3_result_int64(context, static_cast<sqlite3_int64>(count_units(stored)));
 }
 
-// A path as SQLite's URI for a file that nobody changes.
-std::string immutable_uri(const std::string& file) {
+// A path as SQLite's URI.
+std::string uri_of(const std::string& file, const char* parameter) {
   constexpr const char* digits = "0123456789abcdef";
   std::string uri = "file:";
   for (char c : file) {
@@ -42,7 +43,7 @@ std::string immutable_uri(const std::string& file) {
       uri += c;
     }
   }
-  return uri + "?immutable=1";
+  return uri + parameter;
 }
 
 struct Target {
@@ -54,7 +55,9 @@ Target target_of(const std::string& file, Connection::Mode mode) {
   constexpr int common = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
   switch (mode) {
     case Connection::Mode::immutable:
-      return {immutable_uri(file), common | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI};
+      return {uri_of(file, "?immutable=1"), common | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI};
+    case Connection::Mode::reading:
+      return {uri_of(file, "?readonly_shm=1"), common | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI};
     case Connection::Mode::memory:
       return {":memory:", common | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_MEMORY};
     default:
@@ -85,7 +88,7 @@ Status Connection::open(const std::string& file, Mode mode, std::unique_ptr<Conn
 }
 
 Status Connection::set_up(std::string* reason) {
-  int keep_log = 1;
+  int keep_log = mode_ == Mode::alone ? 0 : 1;
   sqlite3_file_control(db_, "main", SQLITE_FCNTL_PERSIST_WAL, &keep_log);
   for (int off : {SQLITE_DBCONFIG_TRUSTED_SCHEMA, SQLITE_DBCONFIG_DQS_DDL, SQLITE_DBCONFIG_DQS_DML,
                   SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW}) {
@@ -95,6 +98,7 @@ Status Connection::set_up(std::string* reason) {
   int code = sqlite3_create_function(db_, "units", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, &count_units_of,
                                      nullptr, nullptr);
   if (code != SQLITE_OK) note(code);
+  if (mode_ == Mode::alone) run_text("PRAGMA locking_mode = EXCLUSIVE");
   run_text(settings);
   read_only_ = sqlite3_db_readonly(db_, "main") == 1;
   if (failure_.code != 0) *reason = text_of(failure_);
@@ -164,6 +168,19 @@ void Connection::note(int code) {
 void Connection::clear_failure() {
   failure_ = {};
   clear_system_error();
+}
+
+void Connection::note_changed(std::int64_t key) {
+  if (changed_keys_.size() >= most_changed_keys) {
+    all_changed_ = true;
+  } else {
+    changed_keys_.push_back(key);
+  }
+}
+
+void Connection::forget_changes() {
+  changed_keys_.clear();
+  all_changed_ = false;
 }
 
 std::int64_t Connection::take_id() {

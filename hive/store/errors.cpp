@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -93,6 +94,14 @@ std::string text_of(Status status) {
 }
 
 std::string text_of_errno(int error) { return std::generic_category().message(error); }
+
+std::string one_line(std::string_view message) {
+  constexpr std::string_view heading = "*** in database main ***\n";
+  if (message.substr(0, heading.size()) == heading) message.remove_prefix(heading.size());
+  std::string line(message);
+  std::replace(line.begin(), line.end(), '\n', ';');
+  return line;
+}
 
 std::string text_of(const Failure& failure) {
   std::string text = sqlite3_errstr(failure.code);

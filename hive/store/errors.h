@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "hive/status.h"
 
@@ -20,5 +21,7 @@ Status status_of_errno(int error);
 std::string text_of(Status status);
 std::string text_of(const Failure& failure);
 std::string text_of_errno(int error);
+// A message of SQLite's about the structure of a file, without its heading and on one line.
+std::string one_line(std::string_view message);
 
 }  // namespace hive

@@ -20,10 +20,18 @@ mode_t queue_mode(mode_t hive_mode) {
   return writers | (writers << write_to_read_bit);
 }
 
-int open_queue(const char* file, mode_t mode) {
+// What root makes beside another's hive is that user's.
+void give_to_owner(int fd, const std::string& hive_file) {
+  struct stat hive;
+  if (geteuid() != 0 || stat(hive_file.c_str(), &hive) != 0) return;
+  [[maybe_unused]] int given = fchown(fd, hive.st_uid, hive.st_gid);  // else a courtesy less
+}
+
+int open_queue(const char* file, mode_t mode, const std::string& hive_file) {
   constexpr int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
   int fd = above_standard(open(file, flags | O_CREAT | O_EXCL, mode));
   if (fd >= 0) {
+    give_to_owner(fd, hive_file);
     if (fchmod(fd, mode) != 0) return fd;  // narrower by the process's mask: a courtesy less
     return fd;
   }
@@ -105,7 +113,7 @@ bool Writer_Queue::open_file() {
   // Who may not write the hive makes no file beside it either.
   if (file_.empty() || faccessat(AT_FDCWD, hive_file_.c_str(), W_OK, AT_EACCESS) != 0) return false;
   struct stat file;
-  fd_ = open_queue(file_.c_str(), mode_);
+  fd_ = open_queue(file_.c_str(), mode_, hive_file_);
   if (fd_ < 0) return false;
   if (fstat(fd_, &file) == 0) opened_ = {file.st_dev, file.st_ino};
   return true;

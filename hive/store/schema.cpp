@@ -11,7 +11,9 @@
 
 #include "hive/clock.h"
 #include "hive/store/meta.h"
+#include "hive/store/shared_memory.h"
 #include "hive/store/transaction.h"
+#include "hive/store/version.h"
 
 namespace hive {
 namespace {
@@ -58,7 +60,7 @@ Status judge(const Header& header, std::size_t size, File_Look* out, std::string
     return Status::not_a_hive;
   }
   if (big_endian(header, version_place) > schema_version) {
-    *reason = "this library knows versions up to " + std::to_string(schema_version);
+    *reason = newer_version_text();
     return Status::newer_version;
   }
   out->has_log = header[log_place] == log_written;
@@ -66,11 +68,12 @@ Status judge(const Header& header, std::size_t size, File_Look* out, std::string
 }
 
 // Bytes read, or -1 with errno.
-ssize_t read_header(const std::string& file, Header& header) {
+ssize_t read_header(const std::string& file, Header& header, bool* out_shares_memory) {
   int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return -1;
   ssize_t size = pread(fd, header.data(), header.size(), 0);
   int reason = errno;
+  *out_shares_memory = shares_memory(fd);
   ::close(fd);
   errno = reason;
   return size;
@@ -110,7 +113,7 @@ void insert_meta(Connection& connection) {
 Status look_at_file(const std::string& file, File_Look* out, std::string* reason) {
   Header header{};
   *out = {};
-  ssize_t size = read_header(file, header);
+  ssize_t size = read_header(file, header, &out->shares_memory);
   if (size < 0) {
     int error = errno;
     *reason = text_of_errno(error);
@@ -132,5 +135,15 @@ Status make_hive(Connection& connection, mode_t root_mode) {
 }
 
 Status use_log(Connection& connection) { return connection.run_text("PRAGMA journal_mode = WAL"); }
+
+Status give_up_log(const std::string& file, std::string* reason) {
+  std::unique_ptr<Connection> connection;
+  Status status = Connection::open(file, Connection::Mode::alone, &connection, reason);
+  if (status != Status::ok) return status;
+  Connection::Use use(*connection);
+  status = connection->run_text("PRAGMA journal_mode = DELETE");
+  if (status != Status::ok) *reason = text_of(connection->failure());
+  return status;
+}
 
 }  // namespace hive

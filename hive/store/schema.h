@@ -14,12 +14,11 @@ inline constexpr std::int64_t users_key = 2;          // machine hive: the root 
 inline constexpr std::int64_t default_user_key = 3;   // machine hive: HKEY_USERS\.DEFAULT
 inline constexpr std::int64_t first_free_key = 1000;  // keys below it are made with the hive
 
-inline constexpr std::uint32_t schema_version = 1;
-
 // What the first bytes of a file say.
 struct File_Look {
-  bool empty = false;    // a hive is yet to be made of it
-  bool has_log = false;  // changes go through a write-ahead log
+  bool empty = false;         // a hive is yet to be made of it
+  bool has_log = false;       // changes go through a write-ahead log
+  bool shares_memory = true;  // a log is possible
 };
 
 // Looks at a file that no connection of this process has open: ok, or why it is no hive to be used.
@@ -27,7 +26,9 @@ Status look_at_file(const std::string& file, File_Look* out, std::string* reason
 
 // Makes a hive of an empty file, unless another process has just done so.
 Status make_hive(Connection& connection, mode_t root_mode);
-// Whether changes go through the log after it; without shared memory they do not.
+// Changes go through a log from now on.
 Status use_log(Connection& connection);
+// Changes go through the file itself from now on, and what was in the log is in it. busy: somebody uses the hive.
+Status give_up_log(const std::string& file, std::string* reason);
 
 }  // namespace hive

@@ -54,6 +54,8 @@ void Store::move_to(const std::string& file, mode_t file_mode) {
   close();
   file_ = file;
   hive_birth_ = 0;
+  unclean_end_ = {};
+  was_writable_ = false;
   queue_.set_file(file, file_mode);
 }
 
@@ -78,7 +80,28 @@ Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body bod
   Status status = ready(access, traits, findings);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  return finish_run(in_transaction(*connection_, access, body), findings);
+  return finish_run(run_with_memory(access, body), findings);
+}
+
+// A transaction beside what is held in memory: a reading one may add to it, and a writing one drops of it what
+// it changed.
+Status Store::run_with_memory(Access access, Transaction_Body body) {
+  Connection& connection = *connection_;
+  connection.keeping = {};
+  if (access == Access::read) coherence_.before_read(connection);
+  if (access != Access::write) return in_transaction(connection, access, body);
+  const Status status = in_transaction(connection, access, [&](Connection& begun) {
+    coherence_.in_write(begun);
+    return body(begun);
+  });
+  if (status == Status::ok) coherence_.after_commit(connection);
+  return status;
+}
+
+void Store::close() {
+  coherence_.closing();
+  connection_.reset();
+  Index_Map::close_gone();
 }
 
 // Drops what cannot be kept: a connection that failed, and one that is only good while nobody writes.
@@ -90,12 +113,18 @@ Status Store::finish_run(Status status, Findings& findings) {
   return was_immutable && !has_no_log() ? Status::busy : status;
 }
 
+void Store::note_orderly_end() {
+  std::lock_guard lock(mutex_);
+  if (was_writable_) unclean_end_.note_orderly_end(file_);
+}
+
 void Store::before_fork() {
   mutex_.lock();
   queue_.before_fork();
   if (connection_ == nullptr || connection_->mode() == Connection::Mode::memory) return;
   connection_->leave_log_alone();
   close();
+  if (was_writable_) unclean_end_.note_orderly_end(file_);
 }
 
 void Store::after_fork_in_parent() {

@@ -11,10 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "hive/cache/coherence.h"
 #include "hive/store/connection.h"
 #include "hive/store/presence.h"
 #include "hive/store/queue.h"
+#include "hive/store/schema.h"
 #include "hive/store/transaction.h"
+#include "hive/store/unclean_end.h"
 
 namespace hive {
 
@@ -51,12 +54,17 @@ class Store {
   void detach();
 
   const File_Identity& identity() const { return identity_; }
+  bool is_used() const { return users_ > 0; }
   Writer_Queue& queue() { return queue_; }
+  const Coherence& coherence() const { return coherence_; }
 
   // One attempt at a transaction. Status::busy: another process is in the way, and the whole is to be tried
   // again. The reason is told when the hive could not be used, and left alone when the body or its own rights
   // decided.
   Status run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings);
+
+  // The process ends as it should, and a later check of the hive is not needed.
+  void note_orderly_end();
 
   void before_fork();
   void after_fork_in_parent();
@@ -69,12 +77,14 @@ class Store {
   Status open(const Hive_Traits& traits, Findings& findings);
   Status open_file(const Hive_Traits& traits, Findings& findings);
   Status open_in_presence(const Hive_Traits& traits, Findings& findings);
-  Status open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings);
+  Status open_shared(const File_Look& look, const Hive_Traits& traits, Findings& findings);
   Status prepare_content(const Hive_Traits& traits, Findings& findings);
+  Status look_through(Connection& connection, std::uint32_t version, Findings& findings);
   Status complete(const Hive_Traits& traits, Findings& findings);
   Status finish_run(Status status, Findings& findings);
   void move_to(const std::string& file, mode_t file_mode);
-  void close() { connection_.reset(); }
+  void close();
+  Status run_with_memory(Access access, Transaction_Body body);
 
   bool may_write() const;
   bool has_no_log() const;
@@ -83,8 +93,11 @@ class Store {
   std::mutex mutex_;
   std::unique_ptr<Connection> connection_;
   Writer_Queue queue_;
+  Coherence coherence_;
   std::string file_;  // empty: private to the process
   File_Identity identity_;
+  Unclean_End unclean_end_;
+  bool was_writable_ = false;    // of a connection to this file
   std::int64_t hive_birth_ = 0;  // when the file was made in which a hive was last seen; 0 when unknown
   std::atomic<int> users_{0};
 };

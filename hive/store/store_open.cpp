@@ -9,6 +9,7 @@
 #include "hive/store/meta.h"
 #include "hive/store/schema.h"
 #include "hive/store/store.h"
+#include "hive/store/version.h"
 
 namespace hive {
 namespace {
@@ -25,6 +26,12 @@ std::int64_t birth_of(const std::string& file) {
   struct statx found;
   if (statx(AT_FDCWD, file.c_str(), 0, STATX_BTIME, &found) != 0 || (found.stx_mask & STATX_BTIME) == 0) return 0;
   return found.stx_btime.tv_sec * nanoseconds + found.stx_btime.tv_nsec;
+}
+
+// Whether the path is where something is mounted; false where the system does not tell.
+bool is_mounted_alone(const std::string& file) {
+  struct statx found;
+  return statx(AT_FDCWD, file.c_str(), 0, 0, &found) == 0 && (found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
 }
 
 bool writable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0; }
@@ -56,7 +63,9 @@ Status Store::open(const Hive_Traits& traits, Findings& findings) {
   Status status = Connection::open(file_, Connection::Mode::memory, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   status = make_hive(*connection_, traits.root_mode);
-  return status == Status::ok ? prepare_content(traits, findings) : status;
+  if (status == Status::ok) status = prepare_content(traits, findings);
+  if (status == Status::ok) coherence_.opened(*connection_, file_, 0);
+  return status;
 }
 
 Status Store::open_in_presence(const Hive_Traits& traits, Findings& findings) {
@@ -70,6 +79,11 @@ Status Store::open_in_presence(const Hive_Traits& traits, Findings& findings) {
 }
 
 Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
+  took_log_over();
+  if (is_mounted_alone(file_)) {
+    findings.reason = "the file is mounted alone, and its log could lie elsewhere";
+    return Status::not_a_hive;
+  }
   File_Look look;
   Status status = look_at_file(file_, &look, &findings.reason);
   if (status != Status::ok) return status;
@@ -80,52 +94,74 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   if (look.has_log && has_no_log() && !may_write()) {
     status = Connection::open(file_, Connection::Mode::immutable, &connection_, &findings.reason);
   } else {
-    status = open_shared(look.empty, look.has_log, traits, findings);
+    status = open_shared(look, traits, findings);
   }
   if (status != Status::ok) return status;
   // Replaced since its path was asked: the next attempt finds the other one.
   if (!is_own_file()) return Status::busy;
   status = prepare_content(traits, findings);
-  if (status == Status::ok) hive_birth_ = birth_of(file_);
+  if (status != Status::ok) return status;
+  hive_birth_ = birth_of(file_);
+  was_writable_ = was_writable_ || !connection_->read_only();
+  Connection::Use use(*connection_);
+  coherence_.opened(*connection_, file_, hive_birth_);
   return status;
 }
 
-Status Store::open_shared(bool empty, bool has_log, const Hive_Traits& traits, Findings& findings) {
-  Status status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
+Status Store::open_shared(const File_Look& look, const Hive_Traits& traits, Findings& findings) {
+  Status status = Status::ok;
+  if (look.has_log && !look.shares_memory) status = give_up_log(file_, &findings.reason);
+  if (status != Status::ok) return status;
+  status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  if (empty && connection_->read_only()) {
+  if (look.empty && connection_->read_only()) {
     findings.reason = "an empty file that may not be written";
     return Status::denied;
   }
-  if (empty) status = make_hive(*connection_, traits.root_mode);
-  if (status == Status::ok && !has_log && !connection_->read_only()) status = use_log(*connection_);
+  if (look.empty) status = make_hive(*connection_, traits.root_mode);
+  bool may_have_log = look.shares_memory && !connection_->read_only();
+  if (status == Status::ok && !look.has_log && may_have_log) status = use_log(*connection_);
   if (status != Status::ok) findings.reason = text_of(connection_->failure());
   return status;
 }
 
-// Volatile keys of an earlier run of the machine go, and a new hive gets what it starts with. Who may only
-// read does not show such keys.
+// Tables of an earlier version are brought up to date, volatile keys of an earlier run of the machine go, and a new
+// hive gets what it starts with. Who may only read leaves the tables as they are and does not show such keys.
 Status Store::prepare_content(const Hive_Traits& traits, Findings& findings) {
   Connection::Use use(*connection_);
   bool current = false;
   bool incomplete = false;
+  std::uint32_t version = 0;
   Status status = in_transaction(*connection_, Access::read, [&](Connection& connection) {
     current = meta_text(connection, "boot") == boot_identity();
+    version = stored_version(connection);
+    if (Status refused = look_through(connection, version, findings); refused != Status::ok) return refused;
     incomplete = traits.incomplete && traits.incomplete(connection);
     connection.identity = image_head(connection).self.identity;
     return connection.status();
   });
   connection_->shows_volatile = current || !connection_->read_only();
-  bool lacking = !current || incomplete;
+  bool lacking = !current || incomplete || version < schema_version;
   if (status == Status::ok && lacking && !connection_->read_only()) status = complete(traits, findings);
   if (status != Status::ok && findings.reason.empty()) findings.reason = text_of(connection_->failure());
   return status;
 }
 
+// Nothing of a hive is believed that is of a later version, or damaged after an unclean end.
+Status Store::look_through(Connection& connection, std::uint32_t version, Findings& findings) {
+  if (version > schema_version) {
+    findings.reason = newer_version_text();
+    return Status::newer_version;
+  }
+  unclean_end_.opened(file_, took_log_over());
+  return unclean_end_.check(connection, file_, &findings.reason);
+}
+
 Status Store::complete(const Hive_Traits& traits, Findings& findings) {
   return in_transaction(*connection_, Access::write, [&](Connection& connection) {
-    Status status = remove_stale_keys(connection);
+    Status status = bring_up_to_date(connection);
+    if (status == Status::ok) status = remove_stale_keys(connection);
     if (status == Status::ok && traits.incomplete && traits.incomplete(connection)) {
       status = traits.fill(connection, findings);
     }

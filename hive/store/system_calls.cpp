@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <mutex>
+#include <utility>
 
 namespace hive {
 namespace {
@@ -19,6 +20,7 @@ constexpr int first_free_descriptor = 3;
 thread_local Descriptors* recorder = nullptr;
 thread_local bool abandoning = false;
 thread_local int system_error = 0;
+thread_local bool log_was_taken_over = false;
 
 // SQLite's own functions, as they were before ours were put in front of them.
 struct System_Calls {
@@ -103,6 +105,10 @@ void replace(sqlite3_vfs* vfs, const char* name, Function& original, Function ou
   vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(ours));
 }
 
+void note_message(void*, int code, const char*) {
+  if (code == SQLITE_NOTICE_RECOVER_WAL) log_was_taken_over = true;
+}
+
 void install() {
   sqlite3_vfs* vfs = sqlite3_vfs_find("unix");
   if (vfs == nullptr || vfs->iVersion < 3) return;
@@ -169,10 +175,13 @@ Abandoning::~Abandoning() { abandoning = false; }
 void install_system_calls() {
   static std::once_flag once;
   std::call_once(once, [] {
+    sqlite3_config(SQLITE_CONFIG_LOG, &note_message, nullptr);
     sqlite3_initialize();
     install();
   });
 }
+
+bool took_log_over() { return std::exchange(log_was_taken_over, false); }
 
 int last_system_error() { return system_error; }
 

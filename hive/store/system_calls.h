@@ -69,6 +69,9 @@ class Abandoning {
 // Puts the wrappers in place; more than once is harmless. Before the first connection.
 void install_system_calls();
 
+// Whether SQLite has taken over the changes in a log that nobody used, in this thread since this was asked last.
+bool took_log_over();
+
 // errno of the thread's last failed write, truncation or opening since it was cleared; 0 when there was none.
 int last_system_error();
 void clear_system_error();

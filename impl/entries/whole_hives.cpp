@@ -1,4 +1,4 @@
-// Entries for whole hives: saving, backup, and the image of HKEY_CURRENT_USER.
+// Entries for whole hives: saving, loading, backup, and the image of HKEY_CURRENT_USER.
 #include <kelvane/registry_entries.h>
 #include <kelvane/text.h>
 
@@ -74,7 +74,15 @@ DWORD KvIRegProcessEnding(BYTE** out_image, int* out_size, int) {
   });
 }
 
-// Loading and unloading hives is not provided yet.
-DWORD KvIRegLoadKey(HKEY, const WinChar*, const WinChar*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
+// Replaces the key at the path, which is made when missing, by what the file holds: all of it or nothing.
+DWORD KvIRegLoadKey(HKEY key, const WinChar* path, const WinChar* file, void*) {
+  if (file == nullptr) return ERROR_INVALID_PARAMETER;
+  return answer([&]() -> DWORD {
+    const Win_Text name(file);
+    if (name.view().empty() || name.view().size() >= PATH_MAX) return ERROR_INVALID_PARAMETER;
+    const Win_Text at(path);
+    return registry_service().load_key(key, at.view(), file_name(name.view()).data());
+  });
+}
 
 }  // extern "C"

@@ -5,6 +5,7 @@
 
 #include <kelvane/process.h>
 #include <winerror.h>
+#include <winnt.h>
 
 #include <memory>
 
@@ -32,12 +33,20 @@ DWORD Inproc_Service::save_key(HKEY key, const char* file) {
   return with_key(key, 0, [&](const hive::Key& at, DWORD) { return registry_.save(at, file); });
 }
 
+// Everything below the key may change.
+DWORD Inproc_Service::load_key(HKEY key, std::u16string_view path, const char* file) {
+  return with_key(key, KEY_SET_VALUE | KEY_CREATE_SUB_KEY,
+                  [&](const hive::Key& at, DWORD) { return registry_.load(at, path, file); });
+}
+
 DWORD Inproc_Service::backup(const char* path) { return code_of(registry_.backup(path)); }
 
 DWORD Inproc_Service::user_image(std::vector<BYTE>* out_image) { return code_of(registry_.user_image(out_image)); }
 
 DWORD Inproc_Service::closing_user_image(std::vector<BYTE>* out_image) {
-  return code_of(registry_.closing_user_image(out_image));
+  const hive::Status status = registry_.closing_user_image(out_image);
+  registry_.note_orderly_end();
+  return code_of(status);
 }
 
 DWORD Inproc_Service::user_domain(std::wstring_view user, std::wstring* out_domain) {

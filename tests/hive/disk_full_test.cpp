@@ -1,52 +1,14 @@
 // A full disk: a small file system of the test's own in a mount namespace of its own.
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/statvfs.h>
 
 #include <filesystem>
 #include <fstream>
 
-#include "tests/hive/registry_on.h"
+#include "tests/hive/small_disk.h"
 
 namespace {
 
 using namespace hivetest;
-
-constexpr int cannot_mount = 77;
-
-// In a user namespace of its own the caller stays who it is, with the rights to mount.
-void keep_identity(uid_t user, gid_t group) {
-  std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-  std::ofstream("/proc/self/setgroups") << "deny";
-  std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-}
-
-bool mount_small_disk(const std::string& at) {
-  uid_t user = geteuid();
-  gid_t group = getegid();
-  int spaces = CLONE_NEWNS | (user == 0 ? 0 : CLONE_NEWUSER);
-  if (unshare(spaces) != 0) return false;
-  if (user != 0) keep_identity(user, group);
-  mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
-  return mount("tmpfs", at.c_str(), "tmpfs", 0, "size=1m") == 0;
-}
-
-// Runs a check on a disk of one mebibyte.
-void on_small_disk(const std::function<bool(const std::string&)>& check) {
-  Temp_Folder folder;
-  std::filesystem::create_directory(folder / "disk");
-  kvtest::Child_Result child = kvtest::run_child([&] {
-    if (!mount_small_disk(folder / "disk")) _exit(cannot_mount);
-    _exit(check(folder / "disk") ? 0 : 1);
-  });
-  if (child.exit_status == cannot_mount) GTEST_SKIP() << "a mount namespace of its own is not allowed here";
-  EXPECT_EQ(child.exit_status, 0) << child.err;
-}
-
-bool report(bool right, const char* what) {
-  if (!right) fprintf(stderr, "%s\n", what);
-  return right;
-}
 
 // Leaves no room at all.
 void fill(const std::string& file) {
@@ -99,6 +61,78 @@ TEST(DiskFull, SavingLeavesNoHalfFile) {
     return report(registry->save(key, disk + "/saved") == Status::disk_full, "save refused") &&
            report(registry->backup(disk) == Status::disk_full, "backup refused") &&
            report(std::filesystem::is_empty(disk), "nothing left");
+  });
+}
+
+// Leaves this many pages.
+void fill_but(const std::string& file, unsigned long pages) {
+  struct statvfs disk;
+  std::ofstream out(file, std::ios::binary);
+  const std::string block(4096, 'f');
+  while (statvfs(file.c_str(), &disk) == 0 && disk.f_bavail > pages) {
+    if (!out.write(block.data(), static_cast<std::streamsize>(block.size())).flush()) return;
+  }
+}
+
+struct Written {
+  int done = 0;
+  int refused = 0;
+  int wrong = 0;
+};
+
+// Changes of all kinds, each of which is done or refused.
+Written change_everything(Registry& registry) {
+  Written written;
+  auto count = [&](Status status) {
+    written.done += status == Status::ok;
+    written.refused += status == Status::disk_full;
+    written.wrong += status != Status::ok && status != Status::disk_full;
+    if (status != Status::ok && status != Status::disk_full) fprintf(stderr, "status %d\n", static_cast<int>(status));
+    return status;
+  };
+  Key key;
+  if (count(registry.open(root_of(registry), u"a", &key)) != Status::ok) return written;
+  count(put(registry, key, u"small", "x"));
+  count(put(registry, key, u"large", std::string(9000, 'x')));
+  Key made;
+  count(create(registry, key, u"b\\c", &made));
+  count(put(registry, key, u"large", std::string(20000, 'y')));
+  if (registry.open(key, u"b\\c", &made) == Status::ok) count(registry.remove(key, u"b\\c"));
+  if (status_of_get(registry, key, u"small") == Status::ok) count(registry.remove_value(key, u"small"));
+  count(registry.flush(key));
+  return written;
+}
+
+TEST(DiskFull, AtEveryWriteIsRefusedAndNothingIsLostOrTorn) {
+  on_small_disk([](const std::string& disk) {
+    int refused = 0;
+    int tried = 0;
+    bool right = true;
+    for (unsigned long pages = 0; right; ++pages, ++tried) {
+      for (const auto& entry : std::filesystem::directory_iterator(disk)) std::filesystem::remove_all(entry);
+      complaints().clear();
+      std::unique_ptr<Registry> registry = registry_on(disk);
+      right = report(put(*registry, make_key(*registry, root_of(*registry), u"a"), u"before", "kept") == Status::ok,
+                     "made");
+      if (pages % 2 == 1) registry = registry_on(disk);  // opened with the disk full, or before
+      fill_but(disk + "/ballast", pages);
+      const Written written = change_everything(*registry);
+      const std::size_t lines = complaints().size();
+      right = right && report(written.wrong == 0, "another answer") && report(lines <= 1 || written.done > 0, "lines");
+      right = right && report((lines > 0) == (written.refused > 0), "a line when refused");
+      Key key;
+      std::vector<hive::Found_Fault> faults;
+      std::filesystem::remove(disk + "/ballast");
+      right = right && report(registry->open(root_of(*registry), u"a", &key) == Status::ok, "opens") &&
+              report(get(*registry, key, u"before") == "kept", "kept") &&
+              report(put(*registry, key, u"after", "x") == Status::ok, "goes on") &&
+              report(registry->check(key, &faults) == Status::ok && faults.empty(), "holds together");
+      refused += written.refused;
+      if (written.refused == 0) break;
+    }
+    printf("a disk full after each of %d pages, %d changes refused\n", tried, refused);
+    fflush(stdout);
+    return right && report(tried > 8 && refused > tried, "it never was full");
   });
 }
 

@@ -44,6 +44,21 @@ TEST_F(EntriesForHives, SaveWithoutAFileOrWithATooLongOneIs87) {
   EXPECT_EQ(scripted.file_name, "(not asked)");
 }
 
+TEST_F(EntriesForHives, LoadHandsOnThePathAndTheFileName) {
+  EXPECT_EQ(KvIRegLoadKey(key, win(u"a\\b").data(), win(u"/t\u00e9/f").data(), nullptr), 0u);
+  EXPECT_EQ(scripted.file_name, "/t\xC3\xA9/f");
+  EXPECT_EQ(scripted.path, u"a\\b");
+  EXPECT_EQ(KvIRegLoadKey(key, nullptr, win(u"/f").data(), nullptr), 0u);
+  EXPECT_EQ(scripted.path, u"");
+}
+
+TEST_F(EntriesForHives, LoadWithoutAFileOrWithATooLongOneIs87) {
+  EXPECT_EQ(KvIRegLoadKey(key, win(u"k").data(), nullptr, nullptr), 87u);
+  EXPECT_EQ(KvIRegLoadKey(key, win(u"k").data(), win(u"").data(), nullptr), 87u);
+  EXPECT_EQ(KvIRegLoadKey(key, win(u"k").data(), win(std::u16string(4096, u'f')).data(), nullptr), 87u);
+  EXPECT_EQ(scripted.file_name, "(not asked)");
+}
+
 TEST_F(EntriesForHives, BackupHandsThePathOnAsItStands) {
   char path[] = "/tmp/b\xFF";
   EXPECT_EQ(KvIRegBackup(path, nullptr), 0);

@@ -7,10 +7,9 @@ using namespace kvtest;
 
 class NotProvided : public Store_Test {};
 
-TEST_F(NotProvided, LoadingSecurityAndWatchingAre120) {
+TEST_F(NotProvided, SecurityAndWatchingAre120) {
   DWORD size = 77;
   char descriptor[8] = "#######";
-  EXPECT_EQ(entries().KvIRegLoadKey(base, win(u"k").data(), win(u"/f").data(), nullptr), 120u);
   EXPECT_EQ(entries().KvIRegGetKeySecurity(base, 1, descriptor, &size, nullptr), 120u);
   EXPECT_EQ(entries().KvIRegSetKeySecurity(base, 1, descriptor, nullptr), 120u);
   EXPECT_EQ(entries().KvIRegNotifyChangeKeyValue(base, FALSE, 1, nullptr, FALSE, nullptr), 120u);

@@ -45,7 +45,11 @@ class Forbidden_Hives : public Hive_Files {
   std::string home() const { return folder_ / "home"; }
 
   Child_Result act_as_nobody(const std::vector<Step>& steps) {
-    std::vector<std::string> arguments = {"/usr/bin/env", "HOME=" + home(), "KVREGISTRY=" + hive()};
+    return act_as_nobody(steps, {"HOME=" + home(), "KVREGISTRY=" + hive()});
+  }
+  Child_Result act_as_nobody(const std::vector<Step>& steps, const std::vector<std::string>& environment) {
+    std::vector<std::string> arguments = {"/usr/bin/env"};
+    arguments.insert(arguments.end(), environment.begin(), environment.end());
     for (const std::string& word : act_arguments(steps)) arguments.push_back(word);
     return run_child([&] {
       if (setgid(nobody) != 0 || setuid(nobody) != 0) _exit(78);
@@ -90,6 +94,30 @@ TEST_F(Forbidden_Hives, ThatMayOnlyBeReadAreReadAndRefuseToBeWritten) {
   EXPECT_TRUE(content_of(hive()) == good());
 }
 
+// The log's lines, without the time.
+std::string without_headers(std::string text) {
+  for (std::size_t header; (header = text.find("] ->\n")) != text.npos;) {
+    const std::size_t start = text.rfind('\n', header) + 1;
+    text.erase(start, header + 5 - start);
+  }
+  return text;
+}
+
+TEST_F(Forbidden_Hives, ThatMayOnlyBeReadGiveTheLogsItsSettings) {
+  const std::string settings = "HKLM\\Software\\Tressaly\\regss\\log";
+  fs::permissions(hive(), fs::perms(0644));
+  const std::vector<Step> steps = {{"log", "1", "one"}, {"log", "2", "two"}};
+  Child_Result before = act_as_nobody(steps);
+  if (!may_run(before)) GTEST_SKIP() << before.err;
+  // The key is missing and cannot be made.
+  EXPECT_EQ(without_headers(before.out), "one\nlogged\nlogged\n");
+  EXPECT_EQ(before.err, "");
+  ASSERT_TRUE(answered(act({{"number", settings, "LogLevel", "2"}}, environment()), "0\n"));
+  Child_Result after = act_as_nobody(steps);
+  EXPECT_EQ(without_headers(after.out), "one\nlogged\ntwo\nlogged\n");
+  EXPECT_EQ(after.err, "");
+}
+
 TEST_F(Forbidden_Hives, ThatOthersWriteAreReadWithTheirLatestValues) {
   fs::permissions(hive(), fs::perms(0644));
   ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "latest"}}, environment()), "0\n"));
@@ -105,6 +133,79 @@ TEST_F(Forbidden_Hives, InAFolderThatMayNotBeWrittenCannotBeMade) {
   EXPECT_EQ(result.out, "5\n");
   expect_one_line_naming(hive(), result);
   EXPECT_FALSE(fs::exists(hive()));
+}
+
+TEST_F(Forbidden_Hives, InAFolderThatMayNotBeWrittenAreReadWithoutALogAndWrittenWhileThereIsOne) {
+  fs::permissions(hive(), fs::perms(0666));
+  const std::vector<Step> steps = {{"get", "HKLM\\Software\\K1", "n"}, {"set", "HKLM\\Software\\K1", "n", "new"}};
+  Child_Result result = act_as_nobody(steps);
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_TRUE(answered(result, "0 " + std::string(100, 'v') + "\n5\n"));
+  EXPECT_TRUE(content_of(hive()) == good());
+  EXPECT_FALSE(fs::exists(hive() + "-wal"));
+  ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K2", "n", "root's"}}, environment()), "0\n"));
+  EXPECT_TRUE(answered(act_as_nobody(steps), "0 " + std::string(100, 'v') + "\n0\n"));
+  EXPECT_TRUE(answered(act({{"get", "HKLM\\Software\\K1", "n"}}, environment()), "0 new\n"));
+}
+
+TEST_F(Forbidden_Hives, OfAnotherUserThatRootWritesStayThatUsers) {
+  ASSERT_EQ(chown(hive().c_str(), nobody, nobody), 0);
+  ASSERT_EQ(chown(folder_.path().c_str(), nobody, nobody), 0);
+  fs::permissions(hive(), fs::perms(0640));
+  ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "root's"}}, environment()), "0\n"));
+  for (const char* beside : {"", "-wal", "-shm", "-queue"}) {
+    struct stat found;
+    ASSERT_EQ(stat((hive() + beside).c_str(), &found), 0) << beside;
+    EXPECT_EQ(found.st_uid, nobody) << beside;
+    EXPECT_EQ(found.st_gid, nobody) << beside;
+    EXPECT_EQ(found.st_mode & 0777, beside == std::string("-queue") ? 0600u : 0640u) << beside;
+  }
+  Child_Result result = act_as_nobody({{"get", "HKLM\\Software\\K1", "n"}, {"set", "HKLM\\Software\\K1", "n", "own"}});
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_TRUE(answered(result, "0 root's\n0\n"));
+}
+
+// Where the user's settings cannot be kept, they last as long as the process, and a line says so.
+class Forbidden_Homes : public Forbidden_Hives {
+ protected:
+  const std::vector<Step> uses_of_the_users_ = {{"set", "HKCU\\S", "n", "x"}, {"get", "HKCU\\S", "n"}};
+};
+
+TEST_F(Forbidden_Homes, ThatMayNotBeWrittenGiveAPrivateUsersHiveAndNoMachineHive) {
+  fs::permissions(home(), fs::perms(0555));
+  ASSERT_EQ(chown(home().c_str(), 0, 0), 0);
+  std::vector<Step> steps = uses_of_the_users_;
+  steps.push_back({"set", "HKLM\\S", "n", "x"});
+  Child_Result result = act_as_nobody(steps, {"-u", "KVREGISTRY", "HOME=" + home()});
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, "0\n0 x\n5\n");
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
+  EXPECT_NE(result.err.find("HKEY_CURRENT_USER lasts only as long as this process"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("access is denied"), std::string::npos) << result.err;
+  EXPECT_TRUE(fs::is_empty(home()));
+}
+
+TEST_F(Forbidden_Homes, WithACoreDataFolderThatMayNotBeWrittenGiveAPrivateUsersHive) {
+  fs::create_directory(folder_ / "core");
+  Child_Result result = act_as_nobody(
+      uses_of_the_users_, {"HOME=" + home(), "KVREGISTRY=" + hive(), "KVCORE_PRIVATE_DATA=" + (folder_ / "core")});
+  if (!may_run(result)) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.out, "0\n0 x\n");
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_NE(result.err.find(folder_ / "core"), std::string::npos) << result.err;
+  EXPECT_TRUE(fs::is_empty(folder_ / "core"));
+}
+
+TEST_F(Forbidden_Homes, ThatBecomeReadOnlyKeepTheUsersHiveReadable) {
+  const std::vector<std::string> environment = {"HOME=" + home(), "KVREGISTRY=" + hive()};
+  Child_Result before = act_as_nobody({{"set", "HKCU\\S", "n", "x"}}, environment);
+  if (!may_run(before)) GTEST_SKIP() << before.err;
+  EXPECT_TRUE(answered(before, "0\n"));
+  for (const auto& entry : fs::recursive_directory_iterator(home())) {
+    fs::permissions(entry.path(), fs::perms(0222), fs::perm_options::remove);
+  }
+  EXPECT_TRUE(
+      answered(act_as_nobody({{"get", "HKCU\\S", "n"}, {"set", "HKCU\\S", "n", "y"}}, environment), "0 x\n5\n"));
 }
 
 // Runs the body in a child where the folder is a small disk.
@@ -229,6 +330,34 @@ TEST_F(Hive_Files, WhoseQueueOfWritersIsHeldAreWrittenAllTheSame) {
   EXPECT_TRUE(answered(
       act({{"set", "HKLM\\Software\\K1", "n", "2"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 2\n"));
   close(queue);
+}
+
+// A link in the place of the queue is not followed, also to a file that is not there; the hive does without.
+TEST_F(Hive_Files, WhoseQueueOfWritersIsALinkAreWrittenAndTheLinkIsNotFollowed) {
+  put_hive(good());
+  for (const std::string& target : {folder_ / "secret", folder_ / "missing"}) {
+    write_file(folder_ / "secret", "kept");
+    fs::remove(hive() + "-queue");
+    fs::create_symlink(target, hive() + "-queue");
+    EXPECT_TRUE(answered(
+        act({{"set", "HKLM\\Software\\K1", "n", "x"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 x\n"));
+    EXPECT_EQ(content_of(folder_ / "secret"), "kept");
+    EXPECT_FALSE(fs::exists(folder_ / "missing"));
+    EXPECT_TRUE(fs::is_symlink(hive() + "-queue"));
+  }
+}
+
+// Who may write the hive, and nobody else, may open the queue for both.
+TEST_F(Hive_Files, HaveAQueueForTheirWritersWhateverTheMask) {
+  for (const auto& [registry_mask, mode] : {std::pair("002", 0660), std::pair("022", 0600), std::pair("000", 0666)}) {
+    const std::string hive_file = folder_ / (registry_mask + std::string(".hive"));
+    ASSERT_TRUE(answered(act({{"umask", "077"}, {"set", "HKLM\\S", "n", "x"}},
+                             {"KVREGISTRY=" + hive_file, std::string("KVREGUMASK=") + registry_mask}),
+                         "masked\n0\n"));
+    struct stat queue {};
+    ASSERT_EQ(stat((hive_file + "-queue").c_str(), &queue), 0);
+    EXPECT_EQ(queue.st_mode & 07777, static_cast<mode_t>(mode)) << registry_mask;
+  }
 }
 
 TEST_F(Hive_Files, ReachedThroughASymbolicLinkAreTheSame) {
