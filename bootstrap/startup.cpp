@@ -2,22 +2,21 @@
 
 #include <kelvane/advapi32.h>
 #include <kelvane/descriptor.h>
+#include <kelvane/notify.h>
 #include <kelvane/number.h>
+#include <kelvane/window_procedure.h>
 
 #include <cstdlib>
 
 #include "bootstrap/call_log.h"
 #include "bootstrap/duvet.h"
 #include "bootstrap/guard.h"
-#include "notify/input_idle.h"
+#include "bootstrap/object_heap.h"
 #include "parselib/profile.h"
-#include "thunks/mapping.h"
 
 inline namespace kelvane {
 namespace {
 
-// The library's heap of bones: owns what is allocated in it, until shutdown.
-Sequence* AdvApi_Global_Destructor = nullptr;
 Clb_Globals* library_globals = nullptr;
 
 // The start-up profile.

@@ -11,6 +11,7 @@ set(KV_ADVAPI32_SOURCES
   bootstrap/heap_switch.cpp
   bootstrap/lstrncmpi.cpp
   bootstrap/module_name.cpp
+  bootstrap/object_heap.cpp
   bootstrap/registry_bind.cpp
   bootstrap/registry_table.cpp
   bootstrap/startup.cpp
@@ -34,6 +35,7 @@ set(KV_ADVAPI32_SOURCES
   lsa/security_packages.cpp
   lsa/stubs.cpp
   notify/input_idle.cpp
+  notify/notification.cpp
   parselib/profile.cpp
   registry/admin.cpp
   registry/admin_recursive.cpp
@@ -47,6 +49,14 @@ set(KV_ADVAPI32_SOURCES
   registry/hkcu_reader.cpp
   registry/kept_arrays.cpp
   registry/keys.cpp
+  registry/later/copy_tree.cpp
+  registry/later/current_user.cpp
+  registry/later/delete_tree.cpp
+  registry/later/get_value.cpp
+  registry/later/key_value.cpp
+  registry/later/path_list.cpp
+  registry/later/reflection.cpp
+  registry/later/rename_key.cpp
   registry/proxy_file.cpp
   registry/query_info.cpp
   registry/query_multiple.cpp
@@ -84,6 +94,7 @@ set(KV_ADVAPI32_SOURCES
   security/token.cpp
   security/token_native.cpp
   thunks/mapping.cpp
+  thunks/window_procedures.cpp
 )
 
 add_library(advapi32_objects OBJECT ${KV_ADVAPI32_SOURCES})

@@ -116,6 +116,13 @@ class Registry_Service {
   // A record of the local security authority's policy, which the caller does not own and which stays good.
   // ERROR_NOT_SUPPORTED for a class that is not told, ERROR_INVALID_PARAMETER for what is no class.
   virtual DWORD policy(int information_class, void** out_record) = 0;
+  // Notifications between processes; kinds are 0 and 1. False when nothing could be done. What has been asked for is
+  // delivered through KvNotification.
+  virtual bool request_notification(int pid, int kind, bool on) = 0;
+  virtual bool report_notification(int kind, const char* data, int size) = 0;
+  virtual bool report_notification_always(int kind, bool on) = 0;
+  // At the end of the process.
+  virtual void end_notifications() = 0;
 
   // The server, where there is one.
   virtual DWORD shut_down() = 0;

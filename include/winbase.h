@@ -1,6 +1,6 @@
 /*
- * Kernel functions of libkernel32: modules, critical sections, thread-local storage, text conversion, time
- * and the last error.
+ * Kernel functions of libkernel32: modules, critical sections, thread-local storage, text conversion, time,
+ * events and waits, and the last error.
  *
  * Every function may be called from any thread. A function sets the last error only where its text says so.
  */
@@ -113,6 +113,93 @@ KV_EXPORT BOOL WINAPI GetComputerNameA(LPSTR name, LPDWORD size);
 
 /* Adds 1 atomically, as a full barrier; returns the new value. */
 KV_EXPORT LONG WINAPI InterlockedIncrement(LONG volatile* value);
+
+/*
+ * Events, processes and waiting for them.
+ *
+ * A HANDLE from these functions belongs to the caller, who closes it with CloseHandle; the end of the process closes
+ * what is left. It is a number of this process: a stale one is refused with ERROR_INVALID_HANDLE, and so is one whose
+ * descriptor the program has closed behind the library's back. A forked child has copies of all handles, which count
+ * like handles of its own; a program that is started gets none, whatever bInheritHandle says.
+ */
+#define MAXIMUM_WAIT_OBJECTS 64u
+#define WAIT_OBJECT_0 0u
+#define WAIT_FAILED 0xFFFFFFFFu
+
+#define EVENT_QUERY_STATE 0x0001u
+#define EVENT_MODIFY_STATE 0x0002u
+#define EVENT_ALL_ACCESS 0x001F0003u
+
+#define PROCESS_TERMINATE 0x0001u
+#define PROCESS_DUP_HANDLE 0x0040u
+#define PROCESS_SET_INFORMATION 0x0200u
+#define PROCESS_QUERY_INFORMATION 0x0400u
+#define PROCESS_QUERY_LIMITED_INFORMATION 0x1000u
+#define PROCESS_ALL_ACCESS 0x001FFFFFu
+
+/*
+ * A new event, or the one that has this name already in any process of the user; the handle has all rights. An event
+ * that is reset manually stays signalled until ResetEvent; any other lets one waiter go and is not signalled then. Kind
+ * and initial state are those of the first creator. Without a name, or with an empty one, the event is known by its
+ * handle alone.
+ *
+ * A name has up to 260 characters, every one of which counts, "\\" and "/" included; letters differ by case. A and W
+ * names meet. Events of one name are one event in all processes of a user with the same temporary directory, as long as
+ * any of them has a handle; the end of a process, however it ends, closes its handles.
+ *
+ * On success the last error is ERROR_SUCCESS, or ERROR_ALREADY_EXISTS when the event was there. Null with
+ * ERROR_FILENAME_EXCED_RANGE (name too long), ERROR_ACCESS_DENIED (the folder of events in the temporary directory is
+ * not the user's own), ERROR_PATH_NOT_FOUND (there is no temporary directory), ERROR_TOO_MANY_OPEN_FILES,
+ * ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, or what else the system refuses. attributes are not looked at.
+ */
+KV_EXPORT HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
+                                     LPCSTR name);
+KV_EXPORT HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
+                                     LPCWSTR name);
+
+/*
+ * The event of this name, with the rights that are asked for: SYNCHRONIZE to wait, EVENT_MODIFY_STATE to set and reset.
+ * Null with ERROR_FILE_NOT_FOUND when nobody has such an event, ERROR_INVALID_PARAMETER for a null name,
+ * ERROR_INVALID_NAME for an empty one, else as CreateEvent.
+ */
+KV_EXPORT HANDLE WINAPI OpenEventA(DWORD access, BOOL inherit, LPCSTR name);
+KV_EXPORT HANDLE WINAPI OpenEventW(DWORD access, BOOL inherit, LPCWSTR name);
+
+/*
+ * Makes an event signalled, or not. FALSE with ERROR_INVALID_HANDLE, or ERROR_ACCESS_DENIED for a handle without
+ * EVENT_MODIFY_STATE. A waiter may miss an event that is set and reset again at once.
+ */
+KV_EXPORT BOOL WINAPI SetEvent(HANDLE event);
+KV_EXPORT BOOL WINAPI ResetEvent(HANDLE event);
+
+/*
+ * A handle of a running process, or of one that has ended but was not waited for by its parent; SYNCHRONIZE is needed
+ * to wait for its end. Null with ERROR_INVALID_PARAMETER when there is no such process.
+ */
+KV_EXPORT HANDLE WINAPI OpenProcess(DWORD access, BOOL inherit, DWORD process_id);
+
+/*
+ * Waits until an object is signalled: an event as told above, a process once it has ended. milliseconds is the longest
+ * time; 0 only looks, INFINITE waits for ever. Returns WAIT_OBJECT_0 plus the index of the first object of the array
+ * that is signalled or, with wait_all, WAIT_OBJECT_0 once all of them are at the same time, none of which has lost its
+ * signal before; WAIT_TIMEOUT; or WAIT_FAILED with ERROR_INVALID_HANDLE, ERROR_ACCESS_DENIED (no SYNCHRONIZE),
+ * ERROR_NOT_ENOUGH_MEMORY, or ERROR_INVALID_PARAMETER (no or more than MAXIMUM_WAIT_OBJECTS handles, or one twice with
+ * wait_all). A handle that is closed meanwhile is waited for all the same. The last error stays as it is on success.
+ */
+KV_EXPORT DWORD WINAPI WaitForSingleObject(HANDLE object, DWORD milliseconds);
+KV_EXPORT DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL wait_all, DWORD milliseconds);
+
+/* Closes a handle. FALSE with ERROR_INVALID_HANDLE. The current process and the process's token are no handles that
+ * need closing: TRUE, and nothing is done. */
+KV_EXPORT BOOL WINAPI CloseHandle(HANDLE object);
+
+#if defined(UNICODE) || defined(_UNICODE)
+#define CreateEvent CreateEventW
+#define OpenEvent OpenEventW
+#else
+#define CreateEvent CreateEventA
+#define OpenEvent OpenEventA
+#endif
 
 /* ==== Security identifiers, access-control lists and security descriptors ==== */
 

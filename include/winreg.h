@@ -220,6 +220,94 @@ KV_EXPORT LSTATUS WINAPI RegRestoreKeyW(HKEY key, LPCWSTR file, DWORD flags);
 KV_EXPORT LSTATUS WINAPI RegReplaceKeyA(HKEY key, LPCSTR sub_key, LPCSTR new_file, LPCSTR old_file);
 KV_EXPORT LSTATUS WINAPI RegReplaceKeyW(HKEY key, LPCWSTR sub_key, LPCWSTR new_file, LPCWSTR old_file);
 
+/* ---- Functions of later editions, built on those above ---- */
+
+/* Which types RegGetValue takes, one bit each; the groups for numbers of 32 and 64 bits also take as many bytes. */
+#define RRF_RT_REG_NONE 0x00000001u
+#define RRF_RT_REG_SZ 0x00000002u
+#define RRF_RT_REG_EXPAND_SZ 0x00000004u
+#define RRF_RT_REG_BINARY 0x00000008u
+#define RRF_RT_REG_DWORD 0x00000010u
+#define RRF_RT_REG_MULTI_SZ 0x00000020u
+#define RRF_RT_REG_QWORD 0x00000040u
+#define RRF_RT_DWORD (RRF_RT_REG_BINARY | RRF_RT_REG_DWORD)
+#define RRF_RT_QWORD (RRF_RT_REG_BINARY | RRF_RT_REG_QWORD)
+#define RRF_RT_ANY 0x0000FFFFu
+#define RRF_SUBKEY_WOW6464KEY 0x00010000u
+#define RRF_SUBKEY_WOW6432KEY 0x00020000u
+#define RRF_NOEXPAND 0x10000000u
+#define RRF_ZEROONFAILURE 0x20000000u
+
+/*
+ * Reads a value of the key at sub_key (null or empty: of key itself), which is opened for the call. Text is always
+ * terminated, a list of texts by two terminators. REG_EXPAND_SZ is expanded and told as REG_SZ, unless RRF_NOEXPAND is
+ * given. *size is the room at data in bytes on entry and the size of what is delivered on return, also with
+ * ERROR_MORE_DATA and without data. With RRF_ZEROONFAILURE the room is cleared when the call fails.
+ *
+ * ERROR_UNSUPPORTED_TYPE (1630) for a value of another type, or of another size than a group has.
+ * ERROR_INVALID_PARAMETER for data without size, flags without a type, both views, or RRF_RT_REG_EXPAND_SZ among single
+ * types without RRF_NOEXPAND.
+ */
+KV_EXPORT LSTATUS WINAPI RegGetValueA(HKEY key, LPCSTR sub_key, LPCSTR value_name, DWORD flags, LPDWORD out_type,
+                                      PVOID data, LPDWORD size);
+KV_EXPORT LSTATUS WINAPI RegGetValueW(HKEY key, LPCWSTR sub_key, LPCWSTR value_name, DWORD flags, LPDWORD out_type,
+                                      PVOID data, LPDWORD size);
+
+/* Stores a value in the key at sub_key (null or empty: in key itself), which is created when missing. */
+KV_EXPORT LSTATUS WINAPI RegSetKeyValueA(HKEY key, LPCSTR sub_key, LPCSTR value_name, DWORD type, LPCVOID data,
+                                         DWORD size);
+KV_EXPORT LSTATUS WINAPI RegSetKeyValueW(HKEY key, LPCWSTR sub_key, LPCWSTR value_name, DWORD type, LPCVOID data,
+                                         DWORD size);
+
+/* Deletes a value of the key at sub_key (null or empty: of key itself). */
+KV_EXPORT LSTATUS WINAPI RegDeleteKeyValueA(HKEY key, LPCSTR sub_key, LPCSTR value_name);
+KV_EXPORT LSTATUS WINAPI RegDeleteKeyValueW(HKEY key, LPCWSTR sub_key, LPCWSTR value_name);
+
+/* RegDeleteKey; there is one view of keys, so access chooses nothing. ERROR_INVALID_PARAMETER for a null sub_key or a
+ * reserved value other than 0. */
+KV_EXPORT LSTATUS WINAPI RegDeleteKeyExA(HKEY key, LPCSTR sub_key, REGSAM access, DWORD reserved);
+KV_EXPORT LSTATUS WINAPI RegDeleteKeyExW(HKEY key, LPCWSTR sub_key, REGSAM access, DWORD reserved);
+
+/*
+ * Deletes the key at sub_key with everything below it; with a null or empty sub_key all sub-keys and values of key,
+ * which stays. It is no transaction: when it fails in the middle, what was deleted is gone.
+ */
+KV_EXPORT LSTATUS WINAPI RegDeleteTreeA(HKEY key, LPCSTR sub_key);
+KV_EXPORT LSTATUS WINAPI RegDeleteTreeW(HKEY key, LPCWSTR sub_key);
+
+/*
+ * Copies the values and everything below the key at sub_key (null or empty: source itself) into destination, exactly as
+ * they are stored and with the classes of the keys. What stands there under other names stays, values of the same names
+ * are replaced. The destination may lie below the source. Rights are those of new keys. It is no transaction.
+ */
+KV_EXPORT LSTATUS WINAPI RegCopyTreeA(HKEY source, LPCSTR sub_key, HKEY destination);
+KV_EXPORT LSTATUS WINAPI RegCopyTreeW(HKEY source, LPCWSTR sub_key, HKEY destination);
+
+/*
+ * Renames a key (the one at sub_key, or key itself). ERROR_CALL_NOT_IMPLEMENTED (120) when the implementation has no
+ * entry for it, as the one in this process; ERROR_INVALID_PARAMETER for a null new_name.
+ */
+KV_EXPORT LSTATUS WINAPI RegRenameKey(HKEY key, LPCWSTR sub_key, LPCWSTR new_name);
+
+/* Keys are never reflected between views: the question answers TRUE for "disabled", the others change nothing. All
+ * refuse a handle that is not good. */
+KV_EXPORT LSTATUS WINAPI RegQueryReflectionKey(HKEY key, BOOL* out_is_disabled);
+KV_EXPORT LSTATUS WINAPI RegDisableReflectionKey(HKEY key);
+KV_EXPORT LSTATUS WINAPI RegEnableReflectionKey(HKEY key);
+
+/* HKEY_CURRENT_USER as a handle with these rights, which RegCloseKey releases. */
+KV_EXPORT LSTATUS WINAPI RegOpenCurrentUser(REGSAM access, PHKEY out_key);
+
+/*
+ * Reads a text for the user: a REG_SZ or an expanded REG_EXPAND_SZ, terminated. size is the room in bytes, *out_size
+ * the size of the whole text. ERROR_MORE_DATA when it does not fit and nothing is written, unless flags is
+ * REG_MUI_STRING_TRUNCATE, which cuts it (out_size must be null then). A text that begins with "@" names a resource of
+ * a module, and there are none: ERROR_FILE_NOT_FOUND. directory is not looked at.
+ */
+#define REG_MUI_STRING_TRUNCATE 0x00000001u
+KV_EXPORT LSTATUS WINAPI RegLoadMUIStringW(HKEY key, LPCWSTR value_name, LPWSTR buffer, DWORD size, LPDWORD out_size,
+                                           DWORD flags, LPCWSTR directory);
+
 KV_END_C
 
 #if defined(UNICODE) || defined(_UNICODE)
@@ -250,5 +338,11 @@ typedef VALENTA VALENT, *PVALENT;
 #define RegUnLoadKey KV_REG_FORM(RegUnLoadKey)
 #define RegRestoreKey KV_REG_FORM(RegRestoreKey)
 #define RegReplaceKey KV_REG_FORM(RegReplaceKey)
+#define RegGetValue KV_REG_FORM(RegGetValue)
+#define RegSetKeyValue KV_REG_FORM(RegSetKeyValue)
+#define RegDeleteKeyValue KV_REG_FORM(RegDeleteKeyValue)
+#define RegDeleteKeyEx KV_REG_FORM(RegDeleteKeyEx)
+#define RegDeleteTree KV_REG_FORM(RegDeleteTree)
+#define RegCopyTree KV_REG_FORM(RegCopyTree)
 
 #endif

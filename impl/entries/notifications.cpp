@@ -1,16 +1,41 @@
-// Entries of notifications. Changes of keys are not watched yet, and reports to other processes have nowhere
-// to go: the answer is 0, nothing done.
+// Entries of notifications. Changes of keys are not watched yet. Requests and reports between processes answer 1 when
+// they were made, else 0.
 #include <kelvane/registry_entries.h>
 #include <winerror.h>
+
+#include <new>
+
+#include "impl/registry_service.h"
+
+using impl::registry_service;
+
+namespace {
+
+template <class Body>
+int done(Body body) {
+  try {
+    return body() ? 1 : 0;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
+
+}  // namespace
 
 extern "C" {
 
 DWORD KvIRegNotifyChangeKeyValue(HKEY, BOOL, DWORD, HANDLE, BOOL, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
-int KvIRequestNotification(int, int, int) { return 0; }
+int KvIRequestNotification(int pid, int kind, int mode) {
+  return done([&] { return registry_service().request_notification(pid, kind, mode != 0); });
+}
 
-int KvIReportNotification(int, char*, int) { return 0; }
+int KvIReportNotification(int kind, char* data, int size) {
+  return done([&] { return registry_service().report_notification(kind, data, size); });
+}
 
-int KvIAutoReportNotification(int, int) { return 0; }
+int KvIAutoReportNotification(int kind, int on) {
+  return done([&] { return registry_service().report_notification_always(kind, on != 0); });
+}
 
 }  // extern "C"

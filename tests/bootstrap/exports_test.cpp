@@ -61,7 +61,7 @@ bool is_debug_help_form(const std::string& name) {
 // The published classes, loggers and overloads and nothing else: a program may have classes of any other name.
 bool is_published_cxx(const std::string& name) {
   if (is_debug_help_form(name)) return true;
-  for (const char* published : {"KvProxyFile", "HKCUDataReader", "KvLog", "RegLog", "RpcssLog", "StdoutLog",
+  for (const char* published : {"KvProxyFile", "HKCUDataReader", "KvLog", "NotifOp", "RegLog", "RpcssLog", "StdoutLog",
                                 "Basic_Ddr", "To_Ddr", "From_Ddr"}) {
     const std::string compiled = "7kelvane" + std::to_string(std::string(published).size()) + published;
     if (name.find(compiled) != std::string::npos) return true;

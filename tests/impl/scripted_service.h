@@ -110,6 +110,12 @@ class Scripted_Service final : public impl::Registry_Service {
     if (code == ERROR_SUCCESS) *out_record = this;
     return code;
   }
+  bool request_notification(int pid, int kind, bool on) override { return note("request", pid, kind, on); }
+  bool report_notification(int kind, const char* data, int size) override {
+    return note("report", kind, data == nullptr ? -1 : *data, size);
+  }
+  bool report_notification_always(int kind, bool on) override { return note("always", kind, on, 0); }
+  void end_notifications() override { note("end", 0, 0, 0); }
   DWORD shut_down() override { return code; }
   DWORD list_connected(RegistryConnection*, DWORD* count) override {
     *count = 0;
@@ -137,8 +143,17 @@ class Scripted_Service final : public impl::Registry_Service {
   std::vector<int> rights;
   std::string file_name = "(not asked)";
   std::wstring asked_user = L"(not asked)";
+  std::string notifications;
 
  private:
+  bool note(const char* what, int first, int second, int third) {
+    if (no_memory) throw std::bad_alloc();
+    for (const std::string& word : {std::string(what), std::to_string(first), std::to_string(second)}) {
+      notifications += word + " ";
+    }
+    notifications += std::to_string(third) + ";";
+    return code == ERROR_SUCCESS;
+  }
   DWORD note(std::u16string_view asked) {
     if (no_memory) throw std::bad_alloc();
     path = asked;

@@ -74,6 +74,12 @@ KV_EXPORT int KvEnvTrue(const char* name);
 KV_EXPORT const char* KvGetShortApplicationName(void);
 
 /*
+ * The id of the process that a handle of OpenProcess stands for, or the pseudo-handle (HANDLE)-1 of the calling one;
+ * 0xFFFFFFFF for any other handle. Asks for no right and sets no last error. zero is 0.
+ */
+KV_EXPORT DWORD KvGetPidFromProcHandle(HANDLE process, int zero);
+
+/*
  * Start and end of a program. The first caller of KvClaimStart in the process gets 1 and starts the library,
  * every later one 0. KvCloseRegistryAtEnd closes the registry through registry_ops, once.
  */

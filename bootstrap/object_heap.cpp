@@ -1,0 +1,3 @@
+#include "bootstrap/object_heap.h"
+
+Sequence* kelvane::AdvApi_Global_Destructor = nullptr;
