@@ -11,27 +11,33 @@ uint32_t big_endian(uint32_t value) { return __builtin_bswap32(value); }
 // Moves the stream over the next size bytes, which stand at *at; false when there are not as many.
 inline bool take(DDR* stream, size_t size, BYTE** at) {
   *at = stream->next;
-  if (static_cast<size_t>(stream->end - *at) < size) return false;
+  if (reinterpret_cast<uintptr_t>(*at) + size > reinterpret_cast<uintptr_t>(stream->end)) return false;
   stream->next = *at + size;
   return true;
 }
 
-// Converts an integer as the bit pattern Bits, which has its width.
+// Every operation but encoding.
+template <class Bits, class Integer>
+__attribute__((noinline)) int decode_or_free(DDR* stream, Integer* value) {
+  if (stream->op != DDR_DECODE) return stream->op == DDR_FREE ? 1 : 0;
+  BYTE* at;
+  if (!take(stream, sizeof(Bits), &at)) return 0;
+  Bits bits;
+  memcpy(&bits, at, sizeof bits);
+  *value = static_cast<Integer>(big_endian(bits));
+  return 1;
+}
+
+// Converts an integer as the bit pattern Bits, which has its width. Encoding is short: a record is one call for each of
+// its fields.
 template <class Bits, class Integer>
 int convert(DDR* stream, Integer* value) {
   static_assert(sizeof(Bits) == sizeof(Integer));
+  if (stream->op != DDR_ENCODE) return decode_or_free<Bits>(stream, value);
   BYTE* at;
-  Bits bits;
-  if (stream->op == DDR_ENCODE) {
-    if (!take(stream, sizeof bits, &at)) return 0;
-    bits = big_endian(static_cast<Bits>(*value));
-    memcpy(at, &bits, sizeof bits);
-    return 1;
-  }
-  if (stream->op != DDR_DECODE) return stream->op == DDR_FREE ? 1 : 0;
-  if (!take(stream, sizeof bits, &at)) return 0;
-  memcpy(&bits, at, sizeof bits);
-  *value = static_cast<Integer>(big_endian(bits));
+  if (!take(stream, sizeof(Bits), &at)) return 0;
+  const Bits bits = big_endian(static_cast<Bits>(*value));
+  memcpy(at, &bits, sizeof bits);
   return 1;
 }
 
