@@ -25,7 +25,11 @@ constexpr mode_t private_folder = 0700;
 constexpr mode_t private_file = 0600;
 constexpr mode_t rights_of_others = 0077;
 
-bool make_folder(const std::string& path) { return mkdir(path.c_str(), private_folder) == 0 || errno == EEXIST; }
+// Given its mode a second time: the creation mask may have taken bits away.
+bool make_folder(const std::string& path) {
+  if (mkdir(path.c_str(), private_folder) == 0) return chmod(path.c_str(), private_folder) == 0;
+  return errno == EEXIST;
+}
 
 bool make_file(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, private_file);
