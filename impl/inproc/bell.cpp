@@ -24,7 +24,8 @@ hive::File_Identity file_behind(int fd) {
 bool Bell::open(const std::string& path) {
   close();
   path_ = path;
-  if (mkfifo(path.c_str(), private_file) != 0 && errno != EEXIST) return false;
+  const bool made = mkfifo(path.c_str(), private_file) == 0 && chmod(path.c_str(), private_file) == 0;
+  if (!made && errno != EEXIST) return false;
   fd_ = hive::above_standard(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
   file_ = file_behind(fd_);
   return fd_ >= 0;

@@ -10,9 +10,11 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <optional>
+#include <utility>
 
 #include "impl/inproc/process_identity.h"
+#include "impl/inproc/whole_file.h"
 
 namespace impl {
 namespace {
@@ -23,7 +25,11 @@ constexpr mode_t private_folder = 0700;
 constexpr mode_t private_file = 0600;
 constexpr mode_t rights_of_others = 0077;
 
-bool make_folder(const std::string& path) { return mkdir(path.c_str(), private_folder) == 0 || errno == EEXIST; }
+// Given its mode a second time: the creation mask may have taken bits away.
+bool make_folder(const std::string& path) {
+  if (mkdir(path.c_str(), private_folder) == 0) return chmod(path.c_str(), private_folder) == 0;
+  return errno == EEXIST;
+}
 
 bool make_file(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, private_file);
@@ -35,11 +41,6 @@ bool write_file(const std::string& path, std::string_view data) {
   file.write(data.data(), static_cast<std::streamsize>(data.size()));
   file.close();
   return static_cast<bool>(file);
-}
-
-std::string content_of(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 // The names in a folder, sorted; none when it is not there. Names that begin with a dot are not finished.
@@ -160,8 +161,10 @@ std::vector<Mail> Notification_Board::take_mail(const std::string& asker) const 
     const std::size_t dot = name.find('.');
     if (dot == name.npos) continue;  // the bell
     const std::string file = mailbox + "/" + name;
+    std::optional<std::string> data = content_of(file);
+    if (!data) continue;  // for the next time
     mail.push_back(
-        {static_cast<int>(pid_in(name)), number_in(std::string_view(name).substr(dot + 1)), content_of(file)});
+        {static_cast<int>(pid_in(name)), number_in(std::string_view(name).substr(dot + 1)), std::move(*data)});
     unlink(file.c_str());
   }
   return mail;

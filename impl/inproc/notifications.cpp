@@ -125,23 +125,22 @@ bool Notifications::open_mailbox() {
   const std::string self = own_identity();
   if (self.empty() || !board_->make_mailbox(self)) return false;
   was_on_board_ = true;
-  if (!bell_.open(board_->mailbox_of(self) + "/bell") || !start_thread()) return false;
+  if (!bell_.open(board_->mailbox_of(self) + "/bell") || !start_thread(self)) return false;
   mailbox_owner_ = self;
   return true;
 }
 
-bool Notifications::start_thread() {
+bool Notifications::start_thread(const std::string& self) {
   const Signals_Blocked blocked;
   try {
-    std::thread([this] { deliver(); }).detach();
+    std::thread([this, self] { deliver(self); }).detach();
     return true;
   } catch (const std::system_error&) {
     return false;
   }
 }
 
-void Notifications::deliver() {
-  const std::string self = own_identity();
+void Notifications::deliver(const std::string& self) {
   while (bell_.wait()) {
     try {
       for (Mail& mail : board_->take_mail(self)) call_handler(mail);

@@ -29,8 +29,8 @@ class Notifications {
   const Notification_Board* board(bool make);
   bool has_mailbox();
   bool open_mailbox();
-  bool start_thread();
-  void deliver();
+  bool start_thread(const std::string& self);
+  void deliver(const std::string& self);
   bool answer(const Notification_Board& board, const std::string& target, int kind, const std::string& asker,
               std::string_view data);
   void guard_forks();

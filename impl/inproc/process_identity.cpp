@@ -4,11 +4,10 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "hive/boot.h"
+#include "impl/inproc/whole_file.h"
 
 namespace impl {
 namespace {
@@ -18,8 +17,7 @@ constexpr std::size_t run_length = 8;
 constexpr std::size_t max_length = 63;
 
 std::string start_of(const std::string& folder) {
-  std::ifstream file(folder + "/stat");
-  const std::string all{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string all = content_of(folder + "/stat").value_or("");
   const std::size_t name_end = all.rfind(')');
   if (name_end == all.npos) return "";
   std::istringstream fields(all.substr(name_end + 1));

@@ -53,7 +53,9 @@ void sweep_once(const std::string& folder) {
 
 Own_Descriptor make_fifo(const std::string& folder, const std::string& path) {
   if (!make_folders_of(folder, path)) return Own_Descriptor();
-  if (mkfifo(path.c_str(), auto_reset_mode) != 0 && errno != EEXIST) return Own_Descriptor();
+  // The creation mask may have taken bits away.
+  const bool made = mkfifo(path.c_str(), auto_reset_mode) == 0 && chmod(path.c_str(), auto_reset_mode) == 0;
+  if (!made && errno != EEXIST) return Own_Descriptor();
   return Own_Descriptor(open_event_fifo(path));
 }
 

@@ -176,6 +176,19 @@ TEST(EventFolder, IsTheUsersOwn) {
   EXPECT_EQ(status.st_uid, geteuid());
 }
 
+TEST(EventFolder, HasFilesWhoseModesTellTheKindWhateverTheCreationMask) {
+  const mode_t mask = umask(0777);
+  const HANDLE manual = make_event(true, false, "mode m");
+  const HANDLE automatic = make_event(false, false, "mode a");
+  umask(mask);
+  struct stat status;
+  ASSERT_EQ(stat((event_folder() / "mode m").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode, static_cast<mode_t>(S_IFIFO | 01700));
+  ASSERT_EQ(stat((event_folder() / "mode a").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode, static_cast<mode_t>(S_IFIFO | 01600));
+  for (HANDLE event : {manual, automatic}) EXPECT_EQ(CloseHandle(event), TRUE);
+}
+
 TEST(EventFolder, OpenToOthersIsRefusedWith5) {
   CloseHandle(make_event(true, false, "folder"));
   chmod(event_folder().c_str(), 0755);
