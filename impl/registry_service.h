@@ -111,6 +111,14 @@ class Registry_Service {
   // Empty when there is nothing to write at the end of the process.
   virtual DWORD closing_user_image(std::vector<BYTE>* out_image) = 0;
 
+  // Notifications between processes; kinds are 0 and 1. False when nothing could be done. What has been asked for is
+  // delivered through KvNotification.
+  virtual bool request_notification(int pid, int kind, bool on) = 0;
+  virtual bool report_notification(int kind, const char* data, int size) = 0;
+  virtual bool report_notification_always(int kind, bool on) = 0;
+  // At the end of the process.
+  virtual void end_notifications() = 0;
+
   // The server, where there is one.
   virtual DWORD shut_down() = 0;
   virtual DWORD list_connected(RegistryConnection* list, DWORD* count) = 0;

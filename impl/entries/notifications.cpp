@@ -1,32 +1,37 @@
-// Entries of notifications. Reports to other processes have nowhere to go: the answer is 0, nothing done.
+// Entries of notifications. Requests and reports between processes answer 1 when they were made, else 0.
 #include <kelvane/registry_entries.h>
-#include <winerror.h>
-#include <winnt.h>
 
-#include "impl/entries/answer.h"
+#include <new>
+
 #include "impl/registry_service.h"
+
+using impl::registry_service;
 
 namespace {
 
-// Watches belong to handles, never to threads: being independent of the calling one needs nothing.
-constexpr DWORD known_filter = REG_LEGAL_CHANGE_FILTER | REG_NOTIFY_THREAD_AGNOSTIC;
+template <class Body>
+int done(Body body) {
+  try {
+    return body() ? 1 : 0;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
 
 }  // namespace
 
 extern "C" {
 
-DWORD KvIRegNotifyChangeKeyValue(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asynchronous, void*) {
-  const DWORD ways = filter & REG_LEGAL_CHANGE_FILTER;
-  if (ways == 0 || (filter & ~known_filter) != 0) return ERROR_INVALID_PARAMETER;
-  if (asynchronous && event == nullptr) return ERROR_INVALID_PARAMETER;
-  return impl::answer(
-      [&] { return impl::registry_service().watch_key(key, subtree != FALSE, ways, asynchronous ? event : nullptr); });
+int KvIRequestNotification(int pid, int kind, int mode) {
+  return done([&] { return registry_service().request_notification(pid, kind, mode != 0); });
 }
 
-int KvIRequestNotification(int, int, int) { return 0; }
+int KvIReportNotification(int kind, char* data, int size) {
+  return done([&] { return registry_service().report_notification(kind, data, size); });
+}
 
-int KvIReportNotification(int, char*, int) { return 0; }
-
-int KvIAutoReportNotification(int, int) { return 0; }
+int KvIAutoReportNotification(int kind, int on) {
+  return done([&] { return registry_service().report_notification_always(kind, on != 0); });
+}
 
 }  // extern "C"

@@ -63,6 +63,7 @@ DWORD KvIRegGetHKCU(BYTE* image, DWORD* size, void*) {
 DWORD KvIRegProcessEnding(BYTE** out_image, int* out_size, int) {
   if (out_image == nullptr || out_size == nullptr) return ERROR_INVALID_PARAMETER;
   return answer([&]() -> DWORD {
+    registry_service().end_notifications();
     std::vector<BYTE> bytes;
     if (DWORD code = registry_service().closing_user_image(&bytes); code != ERROR_SUCCESS) return code;
     if (bytes.size() > INT_MAX) return ERROR_NOT_ENOUGH_MEMORY;

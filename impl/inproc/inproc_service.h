@@ -7,6 +7,7 @@
 
 #include "hive/registry.h"
 #include "impl/inproc/handle_table.h"
+#include "impl/inproc/notifications.h"
 #include "impl/inproc/root_keys.h"
 #include "impl/inproc/status_code.h"
 #include "impl/registry_service.h"
@@ -39,6 +40,12 @@ class Inproc_Service final : public Registry_Service {
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
+  bool request_notification(int pid, int kind, bool on) override { return notifications_.request(pid, kind, on); }
+  bool report_notification(int kind, const char* data, int size) override {
+    return notifications_.report(kind, data, size);
+  }
+  bool report_notification_always(int kind, bool on) override { return notifications_.report_always(kind, on); }
+  void end_notifications() override { notifications_.end(); }
   DWORD shut_down() override;
   DWORD list_connected(RegistryConnection* list, DWORD* count) override;
 
@@ -57,6 +64,7 @@ class Inproc_Service final : public Registry_Service {
   Handle_Table handles_;
   hive::Registry registry_;
   Root_Keys roots_;
+  Notifications notifications_;
 };
 
 template <class Operation>

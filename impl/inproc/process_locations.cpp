@@ -65,6 +65,14 @@ bool make_private_folder(std::string folder) {
 
 }  // namespace
 
+// Asked also by processes that need no folder: without anything that names one they are not told so.
+std::string core_data(bool make) {
+  if (std::getenv("HOME") == nullptr && std::getenv("KVCORE_PRIVATE_DATA") == nullptr) return "";
+  const std::string folder = core_data_folder();
+  if (folder.empty() || (make && !make_private_folder(folder))) return "";
+  return absolute(folder);
+}
+
 std::string Process_Locations::machine_hive() {
   Handed_Name user, machine;
   KvGetRegistryFileNames(user.out(), machine.out());

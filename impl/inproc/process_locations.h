@@ -7,6 +7,10 @@
 
 namespace impl {
 
+// The folder of this host's core data; with make it is made, for the user alone, when it is missing. "" when there is
+// none or it cannot be made.
+std::string core_data(bool make);
+
 class Process_Locations final : public hive::Locations {
  public:
   explicit Process_Locations(hive::Complain complain) : complain_(complain) {}

@@ -23,12 +23,13 @@ namespace {
 constexpr mode_t lock_file_mode = S_ISVTX | 0600;
 
 std::mutex& folder_mutex() {
-  static std::mutex& mutex = *[] {
-    pthread_atfork([] { folder_mutex().lock(); }, [] { folder_mutex().unlock(); }, [] { folder_mutex().unlock(); });
-    return new std::mutex;
-  }();
+  static std::mutex& mutex = *new std::mutex;
   return mutex;
 }
+
+// Registered while the library is loaded, as that of the table of handles is.
+[[maybe_unused]] const int forks_guarded =
+    pthread_atfork([] { folder_mutex().lock(); }, [] { folder_mutex().unlock(); }, [] { folder_mutex().unlock(); });
 
 bool wait_for_lock(int fd) {
   int result = 0;

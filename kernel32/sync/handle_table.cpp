@@ -22,21 +22,22 @@ HANDLE handle_of(DWORD index, DWORD generation) {
 inline namespace kelvane {
 
 Handle_Table& Handle_Table::of_process() {
-  static Handle_Table& table = *[] {
-    guard_forks();
-    return new Handle_Table;
-  }();
+  static Handle_Table& table = *new Handle_Table;
   return table;
 }
 
 // The lock is not left to a child in the middle of a change, and threads that the child lacks use nothing there.
-void Handle_Table::guard_forks() {
-  pthread_atfork([] { of_process().mutex_.lock(); }, [] { of_process().mutex_.unlock(); },
-                 [] {
-                   of_process().forget_pins();
-                   of_process().mutex_.unlock();
-                 });
+int Handle_Table::guard_forks() {
+  return pthread_atfork([] { of_process().mutex_.lock(); }, [] { of_process().mutex_.unlock(); },
+                        [] {
+                          of_process().forget_pins();
+                          of_process().mutex_.unlock();
+                        });
 }
+
+// Registered while the library is loaded: what leans on it and calls it with locks of its own held registers later, and
+// takes those locks first.
+const int Handle_Table::forks_guarded_ = guard_forks();
 
 void Handle_Table::forget_pins() {
   for (Entry& entry : entries_) {

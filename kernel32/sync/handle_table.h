@@ -67,8 +67,9 @@ class Handle_Table {
   bool take_index(DWORD* out_index);
   void let_go(Kernel_Object* object);
   void forget_pins();
-  static void guard_forks();
+  static int guard_forks();
 
+  static const int forks_guarded_;
   std::mutex mutex_;
   std::vector<Entry> entries_;
   std::deque<DWORD> resting_; /* free indexes, oldest first */

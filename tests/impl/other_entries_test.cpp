@@ -51,13 +51,6 @@ TEST_F(NotProvided, QuestionsAboutUsersAreAnsweredNoWithTheLastError) {
   EXPECT_EQ(entries().KvIRefreshSecData(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 120);
 }
 
-TEST_F(NotProvided, NotificationsAnswerZero) {
-  char data[] = "d";
-  EXPECT_EQ(entries().KvIRequestNotification(1, 0, 1), 0);
-  EXPECT_EQ(entries().KvIReportNotification(0, data, 1), 0);
-  EXPECT_EQ(entries().KvIAutoReportNotification(0, 0), 0);
-}
-
 TEST(Connected, NobodyIsWithoutAServer) {
   DWORD count = 77;
   EXPECT_EQ(entries().KvIRegListConnected(nullptr, &count, nullptr), 0u);

@@ -98,6 +98,12 @@ class Scripted_Service final : public impl::Registry_Service {
     *out_image = image;
     return code;
   }
+  bool request_notification(int pid, int kind, bool on) override { return note("request", pid, kind, on); }
+  bool report_notification(int kind, const char* data, int size) override {
+    return note("report", kind, data == nullptr ? -1 : *data, size);
+  }
+  bool report_notification_always(int kind, bool on) override { return note("always", kind, on, 0); }
+  void end_notifications() override { note("end", 0, 0, 0); }
   DWORD shut_down() override { return code; }
   DWORD list_connected(RegistryConnection*, DWORD* count) override {
     *count = 0;
@@ -123,8 +129,17 @@ class Scripted_Service final : public impl::Registry_Service {
   std::string file_name = "(not asked)";
   std::vector<DWORD> watched;  // subtree, filter
   HANDLE watch_event = HANDLE(0x55);
+  std::string notifications;
 
  private:
+  bool note(const char* what, int first, int second, int third) {
+    if (no_memory) throw std::bad_alloc();
+    for (const std::string& word : {std::string(what), std::to_string(first), std::to_string(second)}) {
+      notifications += word + " ";
+    }
+    notifications += std::to_string(third) + ";";
+    return code == ERROR_SUCCESS;
+  }
   DWORD note(std::u16string_view asked) {
     if (no_memory) throw std::bad_alloc();
     path = asked;
