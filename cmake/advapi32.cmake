@@ -36,6 +36,7 @@ set(KV_ADVAPI32_SOURCES
   registry/guarded_probe.cpp
   registry/hkcu_file.cpp
   registry/hkcu_reader.cpp
+  registry/kept_arrays.cpp
   registry/keys.cpp
   registry/proxy_file.cpp
   registry/query_info.cpp
@@ -48,6 +49,7 @@ set(KV_ADVAPI32_SOURCES
   registry/unique_name.cpp
   registry/whole_hives.cpp
   registry/wide_buffers.cpp
+  registry/wide_run.cpp
   registry/win_char.cpp
   regserver/connect_data.cpp
   regserver/connect_lock.cpp

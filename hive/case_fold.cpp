@@ -17,18 +17,13 @@ constexpr Range ranges[] = {
 #include "hive/case_fold_table.inc"
 };
 
-char16_t fold_beyond_ascii(char16_t unit) {
+}  // namespace
+
+char16_t fold_case_beyond_ascii(char16_t unit) {
   const Range* range = std::lower_bound(std::begin(ranges), std::end(ranges), unit,
                                         [](const Range& r, char16_t u) { return r.last < u; });
   if (range == std::end(ranges) || unit < range->first || (unit - range->first) % range->step != 0) return unit;
   return static_cast<char16_t>(unit + range->distance);
-}
-
-}  // namespace
-
-char16_t fold_case(char16_t unit) {
-  if (unit >= u'a' && unit <= u'z') return static_cast<char16_t>(unit - (u'a' - u'A'));
-  return unit < 0x80 ? unit : fold_beyond_ascii(unit);
 }
 
 std::u16string fold_case(std::u16string_view name) {

@@ -8,7 +8,13 @@
 
 namespace hive {
 
-char16_t fold_case(char16_t unit);
+char16_t fold_case_beyond_ascii(char16_t unit);
+
+inline char16_t fold_case(char16_t unit) {
+  if (unit >= u'a' && unit <= u'z') return static_cast<char16_t>(unit - (u'a' - u'A'));
+  return unit < 0x80 ? unit : fold_case_beyond_ascii(unit);
+}
+
 std::u16string fold_case(std::u16string_view name);
 
 }  // namespace hive

@@ -1,6 +1,10 @@
 #include "hive/enumerate.h"
 
+#include <mutex>
+#include <string>
+
 #include "hive/keys.h"
+#include "hive/name.h"
 #include "hive/store/statement.h"
 #include "hive/text_out.h"
 #include "hive/values.h"
@@ -28,11 +32,12 @@ Query way_to(std::uint32_t index, const Position& position, const Ways& ways) {
   return ways.at;
 }
 
-void bind_way(Statement& find, Query way, std::uint32_t index, const Position& position, const Ways& ways) {
+// name: the position's, in stored form; bound as long as the statement runs.
+void bind_way(Statement& find, Query way, std::uint32_t index, std::string_view name, const Ways& ways) {
   if (way == ways.at) {
     find.bind(2, index);
   } else {
-    find.bind(2, index == 0 ? std::string_view() : std::string_view(position.folded));
+    find.bind(2, index == 0 ? std::string_view() : name);
   }
 }
 
@@ -41,20 +46,21 @@ Status nothing_there(Connection& connection, std::int64_t key) {
   return status == Status::ok ? Status::no_more_items : status;
 }
 
-// The row's name was just answered at this index.
+// The row's name was just answered at this index. Of which state of the key is not known.
 void remember(Position& position, std::uint32_t index, Statement& row) {
-  std::string folded(row.text(0));
-  position = {true, index, std::move(folded)};
+  position.set(index, units_of(row.text(0)), 0, 0);
 }
 
 }  // namespace
 
 Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t index, Position& position, Text_Out& name,
                      Text_Out* class_name, std::uint64_t* out_last_write_time) {
+  const std::lock_guard lock(position.lock);
+  const std::string here = stored_form(position.folded);
   Query way = way_to(index, position, child_ways);
   Statement find(connection, way);
   find.bind(1, key).bind(3, connection.shows_volatile ? 1 : 0);
-  bind_way(find, way, index, position, child_ways);
+  bind_way(find, way, index, here, child_ways);
   if (!find.row()) return nothing_there(connection, key);
   bool fits = put_text(find.text(1), name);
   if (class_name != nullptr) fits = put_text(find.text(2), *class_name) && fits;
@@ -65,10 +71,12 @@ Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t ind
 
 Status enumerate_value(Connection& connection, std::int64_t key, std::uint32_t index, Position& position,
                        Text_Out* name, Value_Out& value) {
+  const std::lock_guard lock(position.lock);
+  const std::string here = stored_form(position.folded);
   Query way = way_to(index, position, value_ways);
   Statement find(connection, way);
   find.bind(1, key);
-  bind_way(find, way, index, position, value_ways);
+  bind_way(find, way, index, here, value_ways);
   if (!find.row()) return nothing_there(connection, key);
   bool fits = name == nullptr || put_text(find.text(1), *name);
   Status status = deliver_value(connection, find, 2, value);

@@ -5,18 +5,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
+#include "hive/position.h"
 #include "hive/registry.h"
 #include "hive/store/connection.h"
 
 namespace hive {
-
-struct Position {
-  bool is_set = false;
-  std::uint32_t index = 0;
-  std::string folded;
-};
 
 Status enumerate_key(Connection& connection, std::int64_t key, std::uint32_t index, Position& position, Text_Out& name,
                      Text_Out* class_name, std::uint64_t* out_last_write_time);

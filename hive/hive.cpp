@@ -49,7 +49,7 @@ Hive::Hive(std::string path, Hive_Traits traits, Complain complain)
 }
 
 Hive::~Hive() {
-  if (store_ != nullptr) store_->detach();
+  if (Store* store = store_) store->detach();
 }
 
 Status Hive::write(Transaction_Body body) {
@@ -101,12 +101,13 @@ Status Hive::find_store(Store** out, Findings& findings) {
   Store* former = nullptr;
   {
     std::lock_guard lock(opening_mutex());
-    if (store_ == nullptr || !(store_->identity() == identity)) {
-      former = store_;
-      said_of_damage_.clear();
-      store_ = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
-    }
     *out = store_;
+    if (*out == nullptr || !((*out)->identity() == identity)) {
+      former = *out;
+      said_of_damage_.clear();
+      *out = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
+      store_ = *out;
+    }
   }
   if (former != nullptr) former->detach();
   return Status::ok;

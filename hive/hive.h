@@ -33,6 +33,12 @@ class Hive {
   // From where this process watches its keys.
   Watch_Post& watch_post() { return *watch_post_; }
 
+  // Whether what is held of it is true; null before its first use.
+  const Coherence* coherence() const {
+    const Store* store = store_.load(std::memory_order_acquire);
+    return store == nullptr ? nullptr : &store->coherence();
+  }
+
   const std::string& path() const { return path_; }
   bool is_private() const { return path_.empty(); }
 
@@ -49,10 +55,10 @@ class Hive {
   Hive_Traits traits_;
   Complain complain_;
   const std::shared_ptr<Watch_Post> watch_post_;
-  Store* store_ = nullptr;           // guarded by the opening mutex, as is what was said
-  std::string said_[2];              // by access; empty while the hive works
-  std::string said_of_damage_;       // of the file that stands there: parts of it may work in between
-  std::atomic<bool> silent_ = true;  // nothing was said
+  std::atomic<Store*> store_ = nullptr;  // changed with the opening mutex held, which also guards what was said
+  std::string said_[2];                  // by access; empty while the hive works
+  std::string said_of_damage_;           // of the file that stands there: parts of it may work in between
+  std::atomic<bool> silent_ = true;      // nothing was said
 };
 
 }  // namespace hive

@@ -53,6 +53,7 @@ Status follow(Connection& connection, Path_Parts& parts, Progress* progress, std
 }
 
 Status note_new_child(Connection& connection, std::int64_t parent, const Key_Row& row, const New_Key& child) {
+  connection.note_changed(parent);
   Statement changed(connection, Query::children_changed);
   changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(child.written));
   changed.bind(4, row.children + 1);
@@ -71,6 +72,7 @@ std::uint32_t largest_of_children(Connection& connection, Query query, std::int6
 // A maximum is looked for only when the child that went was as large as it.
 Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Row& child) {
   Key_Row row;
+  connection.note_changed(parent);
   if (read_key(connection, parent, &row) != Status::ok) return connection.failed_or(Status::damaged);
   if (units(child.folded) == row.max_child_units) {
     row.max_child_units = largest_of_children(connection, Query::child_name_units, parent, row.max_child_units);
@@ -170,6 +172,7 @@ Status remove_key(Connection& connection, std::int64_t key) {
   if (status != Status::ok) return status;
   if (row.parent == 0) return Status::denied;
   if (row.children > 0) return Status::has_children;
+  connection.note_changed(key);
   Statement(connection, Query::drop_large_of_key).bind(1, key).run();
   Statement(connection, Query::drop_key).bind(1, key).run();
   log_removal(connection, key, row.parent);
@@ -186,6 +189,7 @@ int depth_of(Connection& connection, std::int64_t key) {
 }
 
 Status remove_content(Connection& connection, std::int64_t key) {
+  connection.note_all_changed();
   Statement(connection, Query::drop_large_below).bind(1, key).run();
   Statement(connection, Query::drop_below).bind(1, key).run();
   return Statement(connection, Query::drop_values).bind(1, key).run();

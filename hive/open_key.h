@@ -17,7 +17,7 @@ enum class Place {
   nothing,  // a root that never has anything
 };
 
-class Open_Key {
+class alignas(64) Open_Key {
  public:
   // A key found in a hive; its number means nothing in another hive that comes to stand at the same path.
   Open_Key(std::shared_ptr<Hive> its_hive, std::int64_t its_number, const Hive_Identity& found_in)
@@ -34,7 +34,7 @@ class Open_Key {
 
   const Hive_Identity identity{};  // zeros: of any hive
 
-  // Touched only within transactions of the hive, one at a time.
+  // Of the enumerations through this handle; each with a lock of its own.
   Position keys;
   Position values;
 

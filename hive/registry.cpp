@@ -1,6 +1,9 @@
 // The roots, and finding, making and removing keys below them.
 #include "hive/registry.h"
 
+#include <optional>
+
+#include "hive/cache/cached_path.h"
 #include "hive/keys.h"
 #include "hive/name.h"
 #include "hive/registry_parts.h"
@@ -21,6 +24,16 @@ struct Found {
 
 Key open_key(const Key& at, const Found& found) {
   return std::make_shared<Open_Key>(at->hive, found.number, found.identity);
+}
+
+// As far as memory can tell.
+std::optional<Status> known_key(const Open_Key& at, std::u16string_view path, Found* out) {
+  const Read_Section section;
+  const Cached_Look look(section, at);
+  std::int64_t number = 0;
+  if (!look.number(&number)) return std::nullopt;
+  out->identity = look.identity();
+  return find_path(look, number, path, &out->number);
 }
 
 // The path is the key itself again, as the root that it is.
@@ -66,10 +79,14 @@ Status Registry::open(const Key& at, std::u16string_view path, Key* out_key) {
     return Status::ok;
   }
   Found found;
-  status = parts_->read(start.key, [&](Connection& connection, std::int64_t key) {
-    found.identity = connection.identity;
-    return find_key(connection, key, start.path, &found.number);
-  });
+  if (const std::optional<Status> known = known_key(*start.key, start.path, &found)) {
+    status = *known;
+  } else {
+    status = parts_->read(start.key, [&](Connection& connection, std::int64_t key) {
+      found.identity = connection.identity;
+      return find_path(connection, key, start.path, &found.number);
+    });
+  }
   if (status == Status::ok) *out_key = open_key(start.key, found);
   return status;
 }

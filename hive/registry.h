@@ -42,6 +42,7 @@ class Locations {
 // One line about a hive that cannot be used, without newline: the file and the reason.
 using Complain = void (*)(const std::string& line);
 
+class Read_Section;
 class Open_Key;  // which key of which hive, with its places of enumeration; shared by its users
 using Key = std::shared_ptr<Open_Key>;
 
@@ -105,6 +106,8 @@ class Registry {
   Status info(const Key& key, Text_Out* class_name, Key_Counts* out_counts);
 
   Status read_value(const Key& key, std::u16string_view name, Value_Out& value);
+  // For who is in a section already.
+  Status read_value(const Read_Section& section, const Key& key, std::u16string_view name, Value_Out& value);
   Status write_value(const Key& key, std::u16string_view name, std::uint32_t type, const unsigned char* data,
                      std::uint32_t size);
   Status remove_value(const Key& key, std::u16string_view name);

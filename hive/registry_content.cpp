@@ -1,6 +1,7 @@
 // What a key shows and holds: its sub-keys and values by index, counts, values by name, rights.
 #include <algorithm>
 
+#include "hive/cache/content.h"
 #include "hive/keys.h"
 #include "hive/name.h"
 #include "hive/registry.h"
@@ -33,25 +34,16 @@ Status enumerate_user(Connection& connection, std::int64_t users, std::uint32_t 
   return put_unit_text(user_name, name);
 }
 
-Status show_row(Connection& connection, const Key_Row& row, std::int64_t key, Key_Counts* out) {
-  *out = {row.children,       row.max_child_units, row.max_class_units, row.values, row.max_value_name_units,
-          row.max_value_size, row.written};
-  if (connection.shows_volatile) return Status::ok;
-  Statement count(connection, Query::lasting_child_counts);
-  if (!count.bind(1, key).row()) return connection.status();
-  out->sub_keys = count.number32(0);
-  out->max_sub_key_units = count.number32(1);
-  out->max_class_units = count.number32(2);
-  return Status::ok;
-}
-
 }  // namespace
 
 Status Registry::enumerate_key(const Key& key, std::uint32_t index, Text_Out& name, Text_Out* class_name,
                                std::uint64_t* out_last_write_time) {
   if (is_nothing(key)) return Status::no_more_items;
+  if (key->place != Place::users) {
+    if (const auto known = known_child_at(*key, index, name, class_name, out_last_write_time)) return *known;
+  }
   return parts_->read(key, [&](Connection& connection, std::int64_t number) {
-    Status status = hive::enumerate_key(connection, number, index, key->keys, name, class_name, out_last_write_time);
+    Status status = find_child_at(connection, number, index, key->keys, name, class_name, out_last_write_time);
     if (status != Status::no_more_items || key->place != Place::users) return status;
     return enumerate_user(connection, number, index, parts_->user_name, name, class_name, out_last_write_time);
   });
@@ -59,8 +51,9 @@ Status Registry::enumerate_key(const Key& key, std::uint32_t index, Text_Out& na
 
 Status Registry::enumerate_value(const Key& key, std::uint32_t index, Text_Out* name, Value_Out& value) {
   if (is_nothing(key)) return Status::no_more_items;
+  if (const auto known = known_value_at(*key, index, name, value)) return *known;
   return parts_->read(key, [&](Connection& connection, std::int64_t number) {
-    return hive::enumerate_value(connection, number, index, key->values, name, value);
+    return find_value_at(connection, number, index, key->values, name, value);
   });
 }
 
@@ -70,26 +63,31 @@ Status Registry::info(const Key& key, Text_Out* class_name, Key_Counts* out_coun
     if (class_name != nullptr) put_text({}, *class_name);
     return Status::ok;
   }
-  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
-    Key_Row row;
-    Status status = read_key(connection, number, &row);
-    if (status != Status::ok) return status;
-    show_row(connection, row, number, out_counts);
-    if (key->place == Place::users) {
-      ++out_counts->sub_keys;
-      out_counts->max_sub_key_units =
-          std::max(out_counts->max_sub_key_units, static_cast<std::uint32_t>(parts_->user_name.size()));
-    }
-    bool fits = class_name == nullptr || put_text(row.class_name, *class_name);
-    return fits ? Status::ok : Status::more_data;
-  });
+  Key_Info info;
+  std::optional<Status> status = known_info(*key, class_name, &info);
+  if (!status) {
+    status = parts_->read(key, [&](Connection& connection, std::int64_t number) {
+      return find_info(connection, number, class_name, &info);
+    });
+  }
+  *out_counts = info.counts;
+  if (key->place == Place::users) {
+    ++out_counts->sub_keys;
+    out_counts->max_sub_key_units =
+        std::max(out_counts->max_sub_key_units, static_cast<std::uint32_t>(parts_->user_name.size()));
+  }
+  return *status;
 }
 
 Status Registry::read_value(const Key& key, std::u16string_view name, Value_Out& value) {
+  return read_value(Read_Section(), key, name, value);
+}
+
+Status Registry::read_value(const Read_Section& section, const Key& key, std::u16string_view name, Value_Out& value) {
   if (is_nothing(key)) return Status::not_found;
-  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
-    return hive::read_value(connection, number, name, value);
-  });
+  if (const auto known = known_value(section, *key, name, value)) return *known;
+  return parts_->read(
+      key, [&](Connection& connection, std::int64_t number) { return find_value(connection, number, name, value); });
 }
 
 Status Registry::write_value(const Key& key, std::u16string_view name, std::uint32_t type, const unsigned char* data,
@@ -111,12 +109,15 @@ Status Registry::remove_value(const Key& key, std::u16string_view name) {
 Status Registry::rights(const Key& key, Key_Rights* out_rights) {
   *out_rights = {readable_by_all, 0, 0};
   if (is_nothing(key)) return Status::ok;
-  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
-    Key_Row row;
-    Status status = read_key(connection, number, &row);
-    if (status == Status::ok) *out_rights = {row.mode, row.owner, row.group};
-    return status;
-  });
+  Key_Info info;
+  std::optional<Status> status = known_info(*key, nullptr, &info);
+  if (!status) {
+    status = parts_->read(key, [&](Connection& connection, std::int64_t number) {
+      return find_info(connection, number, nullptr, &info);
+    });
+  }
+  if (*status == Status::ok) *out_rights = info.rights;
+  return *status;
 }
 
 Status Registry::set_rights(const Key& key, const std::uint32_t* mode, const std::uint32_t* owner,
@@ -125,6 +126,7 @@ Status Registry::set_rights(const Key& key, const std::uint32_t* mode, const std
   return parts_->write(key, [&](Connection& connection, std::int64_t number) {
     Status status = check_key(connection, number);
     if (status != Status::ok) return status;
+    connection.note_changed(number);
     Statement set(connection, Query::set_rights);
     set.bind(1, number).bind(2, connection.take_id());
     mode != nullptr ? set.bind(3, *mode) : set.bind_null(3);

@@ -1,4 +1,6 @@
 // Images of the user's hive.
+#include "hive/image/image.h"
+#include "hive/image/image_file.h"
 #include "hive/image/user_image.h"
 #include "hive/registry.h"
 #include "hive/registry_parts.h"
@@ -29,12 +31,45 @@ class Hive_Source : public Tree_Source {
   bool walked_ = false;
 };
 
+// The mark of the image in a file; no mark where there is none to be read.
+Hive_Mark mark_in(const std::string& file) {
+  std::vector<unsigned char> bytes;
+  Image_Prologue prologue;
+  const bool is_read = read_image_head(file, &bytes) == Status::ok && !bytes.empty() &&
+                       read_image_prologue(bytes, &prologue) == Status::ok;
+  return is_read ? prologue.head.self : Hive_Mark{};
+}
+
+// Whether an image of this hive stands in the file that the hive, as it is, never was or is behind: an earlier
+// state of the hive was put back.
+bool is_put_back(Connection& connection, const Hive_Mark& in_file) {
+  const Hive_Mark own = image_head(connection).self;
+  if (in_file.identity != own.identity) return false;
+  return in_file.number > own.number || (in_file.number == own.number && meta_number(connection, "imaged") == 0);
+}
+
+// A hive that was put back gets a number above that of the file, whose image it shall replace on every host.
+Status outrank(Hive& hive, const Hive_Mark& in_file) {
+  bool put_back = false;
+  const auto look = [&](Connection& connection) {
+    put_back = is_put_back(connection, in_file);
+    return connection.status();
+  };
+  if (Status status = hive.read(look); status != Status::ok || !put_back) return status;
+  return hive.write_aside([&](Connection& connection) {
+    if (!is_put_back(connection, in_file)) return Status::ok;
+    return set_meta(connection, "number", static_cast<std::int64_t>(in_file.number) + 1);
+  });
+}
+
 }  // namespace
 
 Status Registry::user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
   std::shared_ptr<Hive> user = parts_->hives.user();
   if (user == nullptr) return Status::io_failed;
+  const Hive_Mark in_file = mark_in(parts_->hives.user_image_file());
+  if (Status status = outrank(*user, in_file); status != Status::ok) return status;
   Hive_Source source(*user);
   return make_user_image(source, out_image);
 }
@@ -45,9 +80,12 @@ Status Registry::closing_user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
   std::shared_ptr<Hive> user = parts_->hives.user_if_used();
   if (user == nullptr || user->is_private()) return Status::ok;
+  const Hive_Mark in_file = mark_in(parts_->hives.user_image_file());
   Image_Head head;
   bool changed = false;
-  Status status = user->read([&](Connection& connection) {
+  Status status = outrank(*user, in_file);
+  if (status != Status::ok) return status;
+  status = user->read([&](Connection& connection) {
     head = image_head(connection);
     changed = changed_since_import(connection);
     return connection.status();

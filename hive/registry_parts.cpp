@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "hive/cache/cached_path.h"
 #include "hive/case_fold.h"
 #include "hive/keys.h"
 #include "hive/name.h"
@@ -31,7 +32,7 @@ Status number_of(Connection& connection, const Open_Key& key, std::int64_t* out,
   *out = key.number;
   if (is_of_another_hive(connection, key)) return Status::key_deleted;
   if (key.place != Place::by_path) return Status::ok;
-  Status status = find_key(connection, key.number, key.path, out);
+  Status status = find_path(connection, key.number, key.path, out);
   *out_missing = status == Status::not_found;
   return status;
 }

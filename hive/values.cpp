@@ -34,6 +34,7 @@ std::uint32_t largest_of_values(Connection& connection, Query query, std::int64_
 }
 
 Status note_change(Connection& connection, std::int64_t key, const Key_Row& row) {
+  connection.note_changed(key);
   Statement changed(connection, Query::values_changed);
   changed.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
   changed.bind(4, row.values).bind(5, row.max_value_name_units).bind(6, row.max_value_size);

@@ -1,11 +1,14 @@
 // Text and values between callers of the wide functions, whose characters have 32 bits, and the implementation.
-// These objects always use the heap. They offer the implementation the caller's own counts, and never retry.
+// These objects always use arrays of the heap. They offer the implementation the caller's own counts, and never
+// retry.
 #pragma once
 
 #include <kelvane/registry_table.h>
 #include <winerror.h>
 
 #include <cstddef>
+
+#include "registry/kept_arrays.h"
 
 inline namespace kelvane {
 
@@ -14,7 +17,7 @@ inline namespace kelvane {
 class WinCharString {
  public:
   WinCharString(const wchar_t* text, int length);
-  ~WinCharString() { delete[] data; }
+  ~WinCharString() { give_array(data, Array_Use::name); }
   WinCharString(const WinCharString&) = delete;
   WinCharString& operator=(const WinCharString&) = delete;
 
@@ -25,7 +28,7 @@ class WinCharString {
 class WinCharBufferString {
  public:
   WinCharBufferString(wchar_t* out, unsigned* pcount);
-  ~WinCharBufferString() { delete[] data; }
+  ~WinCharBufferString() { give_array(data, Array_Use::name); }
   WinCharBufferString(const WinCharBufferString&) = delete;
   WinCharBufferString& operator=(const WinCharBufferString&) = delete;
 
@@ -43,7 +46,7 @@ class WinCharBufferString {
 class WinCharBufferValue {
  public:
   WinCharBufferValue(unsigned char* out, unsigned* pcount);
-  ~WinCharBufferValue() { delete[] data; }
+  ~WinCharBufferValue() { give_array(data, Array_Use::value); }
   WinCharBufferValue(const WinCharBufferValue&) = delete;
   WinCharBufferValue& operator=(const WinCharBufferValue&) = delete;
 
@@ -61,6 +64,11 @@ class WinCharBufferValue {
   void replace_text(DWORD& result);
   void replace_bytes(DWORD result);
 };
+
+// The WinChars of count characters at any address.
+void to_win_chars(const wchar_t* text, std::size_t count, WinChar* out);
+// Those up to and including the terminator; how many there are, or 0 when none of the first `most` is it.
+std::size_t terminated_to_win_chars(const wchar_t* text, std::size_t most, WinChar* out);
 
 static_assert(sizeof(WinCharString) == 8);
 static_assert(offsetof(WinCharBufferString, countPointer) == 8 && offsetof(WinCharBufferString, data) == 16);

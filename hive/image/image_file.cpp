@@ -119,7 +119,10 @@ Status read_up_to(const std::string& file, std::size_t most, std::vector<unsigne
   if (status != Status::ok || out_bytes->empty()) return status;
   Image_Prologue prologue;
   status = read_image_prologue(*out_bytes, &prologue);
-  return status == Status::ok ? read_whole(descriptor.number(), out_bytes, size) : status;
+  if (status != Status::ok || size <= image_head_size) return status;
+  // The head tells how much follows: no memory is taken for a file of another size.
+  if (prologue.length != size - image_head_size) return Status::damaged;
+  return read_whole(descriptor.number(), out_bytes, size);
 }
 
 }  // namespace

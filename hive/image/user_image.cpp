@@ -53,6 +53,10 @@ Status make_user_image(Tree_Source& source, std::vector<unsigned char>* out_imag
 bool carries_image(const std::string& image_file, const Hive_Mark& mark) {
   std::vector<unsigned char> bytes;
   Image_Prologue prologue;
+  // The head alone tells an older image, without a hash over all of it.
+  const bool is_of_mark = read_image_head(image_file, &bytes) == Status::ok &&
+                          read_image_prologue(bytes, &prologue) == Status::ok && prologue.head.self == mark;
+  if (!is_of_mark) return false;
   return read_image_file(image_file, &bytes) == Status::ok && check_image(bytes, &prologue) == Status::ok &&
          prologue.head.self == mark;
 }

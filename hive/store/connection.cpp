@@ -18,6 +18,7 @@ constexpr const char* query_texts[] = {
 };
 
 constexpr int ids_of_a_block = 1000;
+constexpr std::size_t most_changed_keys = 1024;  // that are noted one by one
 
 std::atomic<std::uint64_t> opened_so_far{0};
 
@@ -172,6 +173,19 @@ void Connection::note(int code) {
 void Connection::clear_failure() {
   failure_ = {};
   clear_system_error();
+}
+
+void Connection::note_changed(std::int64_t key) {
+  if (changed_keys_.size() >= most_changed_keys) {
+    all_changed_ = true;
+  } else {
+    changed_keys_.push_back(key);
+  }
+}
+
+void Connection::forget_changes() {
+  changed_keys_.clear();
+  all_changed_ = false;
 }
 
 std::int64_t Connection::take_id() {

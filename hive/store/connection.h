@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "hive/identity.h"
 #include "hive/status.h"
@@ -90,6 +91,22 @@ class Connection {
   void keep_ids() { kept_ids_ = ids_; }
   void forget_ids() { ids_ = kept_ids_; }
 
+  // What a writing transaction changes, for those who hold copies of it: the keys by their numbers, as long as
+  // they are few. A transaction that notes nothing is taken to have changed everything.
+  void note_changed(std::int64_t key);
+  void note_all_changed() { all_changed_ = true; }
+  void forget_changes();
+  bool changed_all() const { return all_changed_ || changed_keys_.empty(); }
+  const std::vector<std::int64_t>& changed_keys() const { return changed_keys_; }
+
+  // Whether what a reading transaction finds may be kept in memory, and under which numbers.
+  struct Keeping {
+    bool allowed = false;
+    std::uint64_t hive = 0;
+    std::uint64_t generation = 0;
+  };
+  Keeping keeping;
+
   // Of the hive that this connection is to; known before the first operation on its content.
   Hive_Identity identity{};
 
@@ -120,6 +137,8 @@ class Connection {
   Id_Block ids_;
   Id_Block kept_ids_;
   std::uint64_t serial_ = 0;
+  std::vector<std::int64_t> changed_keys_;
+  bool all_changed_ = false;
   pid_t process_ = 0;
   Mode mode_ = Mode::shared;
   bool read_only_ = false;

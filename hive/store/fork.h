@@ -10,7 +10,7 @@ namespace hive {
 // Guards which hives there are. Taken before any hive's mutex, and never for long.
 std::mutex& opening_mutex();
 
-// Registers the handlers, once. With the opening mutex held.
-void guard_forks();
+// Registers the handlers, once: before anything of this is used. False when the system does not.
+bool guard_forks();
 
 }  // namespace hive

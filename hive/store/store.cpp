@@ -81,9 +81,30 @@ Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body bod
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
   connection_->logged = {};
-  status = in_transaction(*connection_, access, body);
+  status = run_with_memory(access, body);
   findings.logged = connection_->logged;
   return finish_run(status, findings);
+}
+
+// A transaction beside what is held in memory: a reading one may add to it, and a writing one drops of it what
+// it changed.
+Status Store::run_with_memory(Access access, Transaction_Body body) {
+  Connection& connection = *connection_;
+  connection.keeping = {};
+  if (access == Access::read) coherence_.before_read(connection);
+  if (access != Access::write) return in_transaction(connection, access, body);
+  const Status status = in_transaction(connection, access, [&](Connection& begun) {
+    coherence_.in_write(begun);
+    return body(begun);
+  });
+  if (status == Status::ok) coherence_.after_commit(connection);
+  return status;
+}
+
+void Store::close() {
+  coherence_.closing();
+  connection_.reset();
+  Index_Map::close_gone();
 }
 
 // Drops what cannot be kept: a connection that failed, and one that is only good while nobody writes.

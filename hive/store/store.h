@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "hive/cache/coherence.h"
 #include "hive/store/connection.h"
 #include "hive/store/presence.h"
 #include "hive/store/queue.h"
@@ -56,6 +57,7 @@ class Store {
   const File_Identity& identity() const { return identity_; }
   bool is_used() const { return users_ > 0; }
   Writer_Queue& queue() { return queue_; }
+  const Coherence& coherence() const { return coherence_; }
 
   // One attempt at a transaction. Status::busy: another process is in the way, and the whole is to be tried
   // again. The reason is told when the hive could not be used, and left alone when the body or its own rights
@@ -82,7 +84,8 @@ class Store {
   Status complete(const Hive_Traits& traits, Findings& findings);
   Status finish_run(Status status, Findings& findings);
   void move_to(const std::string& file, mode_t file_mode);
-  void close() { connection_.reset(); }
+  void close();
+  Status run_with_memory(Access access, Transaction_Body body);
 
   bool may_write() const;
   bool has_no_log() const;
@@ -91,6 +94,7 @@ class Store {
   std::mutex mutex_;
   std::unique_ptr<Connection> connection_;
   Writer_Queue queue_;
+  Coherence coherence_;
   std::string file_;  // empty: private to the process
   File_Identity identity_;
   Unclean_End unclean_end_;

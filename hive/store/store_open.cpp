@@ -63,7 +63,9 @@ Status Store::open(const Hive_Traits& traits, Findings& findings) {
   Status status = Connection::open(file_, Connection::Mode::memory, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   status = make_hive(*connection_, traits.root_mode);
-  return status == Status::ok ? prepare_content(traits, findings) : status;
+  if (status == Status::ok) status = prepare_content(traits, findings);
+  if (status == Status::ok) coherence_.opened(*connection_, file_, 0);
+  return status;
 }
 
 Status Store::open_in_presence(const Hive_Traits& traits, Findings& findings) {
@@ -101,6 +103,8 @@ Status Store::open_file(const Hive_Traits& traits, Findings& findings) {
   if (status != Status::ok) return status;
   hive_birth_ = birth_of(file_);
   was_writable_ = was_writable_ || !connection_->read_only();
+  Connection::Use use(*connection_);
+  coherence_.opened(*connection_, file_, hive_birth_);
   return status;
 }
 

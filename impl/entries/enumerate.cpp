@@ -24,8 +24,9 @@ DWORD enumerate_key(HKEY key, DWORD index, WinChar* name, DWORD* name_count, Win
   Win_Text_Room name_room(name, room_of(name, name_count), impl::max_key_name_room);
   Win_Text_Room class_room(class_name, room_of(class_name, class_count), impl::max_class_room);
   std::uint64_t last_write_time = 0;
-  const DWORD code = registry_service().enumerate_key(
-      key, index, name_room.room(), class_count == nullptr ? nullptr : &class_room.room(), &last_write_time);
+  const DWORD code = registry_service().enumerate_key(key, index, name_room.room(),
+                                                      class_count == nullptr ? nullptr : &class_room.room(),
+                                                      out_last_write_time == nullptr ? nullptr : &last_write_time);
   if (code != ERROR_SUCCESS) return code;
   name_room.deliver();
   class_room.deliver();

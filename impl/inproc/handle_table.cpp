@@ -4,8 +4,11 @@
 
 #include <pthread.h>
 
+#include <memory>
 #include <mutex>
 #include <utility>
+
+#include "hive/store/fork.h"
 
 namespace impl {
 namespace {
@@ -35,16 +38,22 @@ bool is_open(std::uint64_t state, std::uint32_t generation) {
 
 struct alignas(64) Handle_Table::Slot {
   std::atomic<std::uint64_t> state{std::uint64_t{1} << generation_shift};
-  hive::Key key;
-  DWORD access = 0;
+  std::atomic<const Held*> held{nullptr};
   std::uint32_t next_resting = 0;
 };
 
 struct Handle_Table::Chunk {
   std::array<Slot, slots_in_chunk> slots;
+
+  ~Chunk() {
+    for (Slot& slot : slots) delete slot.held.load(std::memory_order_relaxed);
+  }
 };
 
-Handle_Table::Handle_Table() { guard_numbers_around_forks(); }
+Handle_Table::Handle_Table() {
+  hive::guard_forks();
+  guard_numbers_around_forks();
+}
 
 Handle_Table::~Handle_Table() {
   for (std::atomic<Chunk*>& chunk : chunks_) delete chunk.load(std::memory_order_relaxed);
@@ -59,7 +68,7 @@ bool Handle_Table::parse(HKEY handle, Number* out_number) {
   return true;
 }
 
-Handle_Table::Slot* Handle_Table::slot_at(std::uint32_t index) {
+Handle_Table::Slot* Handle_Table::slot_at(std::uint32_t index) const {
   Chunk* chunk = chunks_[index / slots_in_chunk].load(std::memory_order_acquire);
   return chunk == nullptr ? nullptr : &chunk->slots[index % slots_in_chunk];
 }
@@ -83,10 +92,10 @@ bool Handle_Table::take_free_slot(std::uint32_t* out_index) {
 
 HKEY Handle_Table::add(hive::Key key, DWORD access) {
   std::uint32_t index = 0;
+  auto held = std::make_unique<const Held>(std::move(key), access);
   if (!take_free_slot(&index)) return nullptr;
   Slot& slot = *slot_at(index);
-  slot.key = std::move(key);
-  slot.access = access;
+  slot.held.store(held.release(), std::memory_order_release);
   const std::uint64_t state = slot.state.load(std::memory_order_relaxed);
   slot.state.store(state | open_bit, std::memory_order_release);
   const std::uintptr_t number = std::uintptr_t{generation_of(state)} << index_bits | index;
@@ -106,6 +115,15 @@ Handle_Table::Pin Handle_Table::find(HKEY handle) {
   return {this, 0, nullptr};
 }
 
+// The slot may have been given to another handle between the two looks at its state.
+const Handle_Table::Held* Handle_Table::glance_at(HKEY handle) const {
+  Number number{};
+  const Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
+  if (slot == nullptr || !is_open(slot->state.load(std::memory_order_acquire), number.generation)) return nullptr;
+  const Held* held = slot->held.load(std::memory_order_acquire);
+  return is_open(slot->state.load(std::memory_order_acquire), number.generation) ? held : nullptr;
+}
+
 bool Handle_Table::close(HKEY handle) {
   Number number{};
   Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
@@ -123,7 +141,7 @@ bool Handle_Table::close(HKEY handle) {
 
 // Alone with the slot: nobody pins a closed one.
 void Handle_Table::retire(std::uint32_t index, Slot& slot) {
-  slot.key.reset();
+  hive::retire(std::unique_ptr<const hive::Shared_Object>(slot.held.exchange(nullptr, std::memory_order_acq_rel)));
   const std::uint32_t used = generation_of(slot.state.load(std::memory_order_relaxed));
   const std::uint64_t next = used == max_generation ? 1 : used + 1;
   slot.state.store(next << generation_shift, std::memory_order_relaxed);
@@ -143,8 +161,8 @@ Handle_Table::Pin::~Pin() {
   if (last_of_closed) table_->retire(index_, *slot_);
 }
 
-const hive::Key& Handle_Table::Pin::key() const { return slot_->key; }
+const hive::Key& Handle_Table::Pin::key() const { return slot_->held.load(std::memory_order_relaxed)->key; }
 
-DWORD Handle_Table::Pin::access() const { return slot_->access; }
+DWORD Handle_Table::Pin::access() const { return slot_->held.load(std::memory_order_relaxed)->access; }
 
 }  // namespace impl

@@ -4,9 +4,9 @@
 // and always below the root handles. The generation changes with every use of an index, and an index rests
 // behind a thousand others before it is used again, so that a stale handle is refused.
 //
-// Looking a handle up takes no lock: it pins the handle's slot, and the last one to unpin a closed slot
-// releases its key. A fork copies the pins of threads that are not in the child; such a slot is then never
-// used again there.
+// Looking a handle up takes no lock. Who may wait with the key in hand pins the handle's slot, and the last one
+// to unpin a closed slot releases its key. A fork copies the pins of threads that are not in the child; such a
+// slot is then never used again there. Who only reads glances at the key: it stays as long as the glance.
 #pragma once
 
 #include <windef.h>
@@ -14,13 +14,21 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
+#include "hive/cache/read_section.h"
 #include "hive/registry.h"
 
 namespace impl {
 
 class Handle_Table {
   struct Slot;
+
+  struct Held final : hive::Shared_Object {
+    Held(hive::Key its_key, DWORD its_access) : key(std::move(its_key)), access(its_access) {}
+    const hive::Key key;
+    const DWORD access;
+  };
 
  public:
   // A handle in use: its key stays while the pin does, also when the handle is closed meanwhile.
@@ -39,6 +47,20 @@ class Handle_Table {
     Handle_Table* table_;
     std::uint32_t index_;
     Slot* slot_;
+  };
+
+  class Glance {
+   public:
+    Glance(const Handle_Table& table, HKEY handle) : held_(table.glance_at(handle)) {}
+
+    explicit operator bool() const { return held_ != nullptr; }
+    const hive::Key& key() const { return held_->key; }
+    DWORD access() const { return held_->access; }
+    const hive::Read_Section& section() const { return section_; }
+
+   private:
+    hive::Read_Section section_;
+    const Held* held_;
   };
 
   Handle_Table();
@@ -69,7 +91,8 @@ class Handle_Table {
   };
 
   static bool parse(HKEY handle, Number* out_number);
-  Slot* slot_at(std::uint32_t index);
+  Slot* slot_at(std::uint32_t index) const;
+  const Held* glance_at(HKEY handle) const;
   bool take_free_slot(std::uint32_t* out_index);
   void retire(std::uint32_t index, Slot& slot);
 

@@ -54,6 +54,9 @@ class Inproc_Service final : public Registry_Service {
   // ERROR_INVALID_HANDLE for an unknown handle, ERROR_ACCESS_DENIED for one without the right.
   template <class Operation>
   DWORD with_key(HKEY handle, DWORD right, Operation operation);
+  // The same for reading: operation(section, key).
+  template <class Operation>
+  DWORD read_key(HKEY handle, DWORD right, Operation operation);
 
   hive::Status open_at(const hive::Key& at, std::u16string_view path, hive::Key* out_key);
   hive::Status create_at(const hive::Key& at, DWORD access, std::u16string_view path, const Key_Creation& creation,
@@ -74,6 +77,18 @@ DWORD Inproc_Service::with_key(HKEY handle, DWORD right, Operation operation) {
   if (!pin) return ERROR_INVALID_HANDLE;
   if ((pin.access() & right) != right) return ERROR_ACCESS_DENIED;
   return code_of(operation(pin.key(), pin.access()));
+}
+
+template <class Operation>
+DWORD Inproc_Service::read_key(HKEY handle, DWORD right, Operation operation) {
+  if (const auto root = root_of(handle)) {
+    const hive::Read_Section section;
+    return code_of(roots_.use(*root, [&](const hive::Key& key, DWORD) { return operation(section, key); }));
+  }
+  const Handle_Table::Glance glance(handles_, handle);
+  if (!glance) return ERROR_INVALID_HANDLE;
+  if ((glance.access() & right) != right) return ERROR_ACCESS_DENIED;
+  return code_of(operation(glance.section(), glance.key()));
 }
 
 }  // namespace impl

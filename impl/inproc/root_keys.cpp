@@ -9,14 +9,12 @@ namespace {
 
 std::uint32_t low_half(HKEY handle) { return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(handle)); }
 
-std::uint32_t high_half(HKEY handle) {
-  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(handle) >> 32);
-}
-
 struct Predefined {
   HKEY handle;
   hive::Root root;
 };
+
+}  // namespace
 
 std::optional<hive::Root> predefined_root(std::uint32_t handle) {
   const Predefined predefined[] = {
@@ -34,14 +32,6 @@ std::optional<hive::Root> predefined_root(std::uint32_t handle) {
     if (low_half(each.handle) == handle) return each.root;
   }
   return std::nullopt;
-}
-
-}  // namespace
-
-std::optional<hive::Root> root_of(HKEY handle) {
-  const bool extended = high_half(handle) == 0 || high_half(handle) == 0xFFFFFFFFu;
-  if (!extended || low_half(handle) < 0x80000000u) return std::nullopt;
-  return predefined_root(low_half(handle));
 }
 
 hive::Status Root_Keys::handle_of(hive::Root root, HKEY* out_handle) {

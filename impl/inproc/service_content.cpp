@@ -17,7 +17,7 @@ hive::Value_Out value_out(const Value_Room& room) { return {room.data, room.room
 
 DWORD Inproc_Service::enumerate_key(HKEY key, DWORD index, Text_Room& name, Text_Room* class_name,
                                     std::uint64_t* out_last_write_time) {
-  return with_key(key, KEY_ENUMERATE_SUB_KEYS, [&](const hive::Key& at, DWORD) {
+  return read_key(key, KEY_ENUMERATE_SUB_KEYS, [&](const hive::Read_Section&, const hive::Key& at) {
     hive::Text_Out name_out = text_out(&name);
     hive::Text_Out class_out = text_out(class_name);
     const hive::Status status =
@@ -29,7 +29,7 @@ DWORD Inproc_Service::enumerate_key(HKEY key, DWORD index, Text_Room& name, Text
 }
 
 DWORD Inproc_Service::query_info(HKEY key, Text_Room* class_name, Key_Facts* out_facts) {
-  return with_key(key, KEY_QUERY_VALUE, [&](const hive::Key& at, DWORD) {
+  return read_key(key, KEY_QUERY_VALUE, [&](const hive::Read_Section&, const hive::Key& at) {
     hive::Text_Out class_out = text_out(class_name);
     hive::Key_Counts counts{};
     const hive::Status status = registry_.info(at, class_name == nullptr ? nullptr : &class_out, &counts);
@@ -42,7 +42,7 @@ DWORD Inproc_Service::query_info(HKEY key, Text_Room* class_name, Key_Facts* out
 }
 
 DWORD Inproc_Service::enumerate_value(HKEY key, DWORD index, Text_Room* name, Value_Room& value) {
-  return with_key(key, KEY_QUERY_VALUE, [&](const hive::Key& at, DWORD) {
+  return read_key(key, KEY_QUERY_VALUE, [&](const hive::Read_Section&, const hive::Key& at) {
     hive::Text_Out name_out = text_out(name);
     hive::Value_Out out = value_out(value);
     const hive::Status status = registry_.enumerate_value(at, index, name == nullptr ? nullptr : &name_out, out);
@@ -54,9 +54,9 @@ DWORD Inproc_Service::enumerate_value(HKEY key, DWORD index, Text_Room* name, Va
 }
 
 DWORD Inproc_Service::query_value(HKEY key, std::u16string_view name, Value_Room& value) {
-  return with_key(key, KEY_QUERY_VALUE, [&](const hive::Key& at, DWORD) {
+  return read_key(key, KEY_QUERY_VALUE, [&](const hive::Read_Section& section, const hive::Key& at) {
     hive::Value_Out out = value_out(value);
-    const hive::Status status = registry_.read_value(at, name, out);
+    const hive::Status status = registry_.read_value(section, at, name, out);
     value.size = out.size;
     value.type = out.type;
     return status;

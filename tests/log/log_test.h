@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <windows.h>
 
+#include <atomic>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -18,6 +19,9 @@
 #include "tests/support/child.h"
 
 namespace kvtest {
+
+// How often the time was asked for.
+std::atomic<int>& clock_reads();
 
 inline std::string content_of(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);

@@ -151,6 +151,18 @@ TEST(LogLevel, IsStoredAsADwordInTheOpenKey) {
   EXPECT_EQ(out, "0 1\nKvIRegSetValueEx 5151 LogLevel 4\n1\n0\n");
 }
 
+TEST(LogLevel, IsNotStoredOnceTheRegistryIsClosed) {
+  const std::string out = told([](Settings_Double& settings, RegistryLogImpl& log) {
+    log.OpenKey();
+    settings.calls();
+    KvRegistryClosed = 1;
+    printf("%d %s", log.Level(6), settings.calls().c_str());
+    fflush(stdout);
+    _exit(0);
+  });
+  EXPECT_EQ(out, "0 ");
+}
+
 TEST(LogSizes, AreInKilobytes) {
   const std::string out = told([](Settings_Double& settings, RegistryLogImpl& log) {
     printf("%u %u\n", log.MaxSize(), log.BaseSize());

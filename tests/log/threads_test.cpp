@@ -73,6 +73,23 @@ TEST(LogThreads, TheSizeIsReadWhileTheLockIsFree) {
   EXPECT_EQ(content_of(folder / "test.log"), record(1, "message"));
 }
 
+TEST(LogThreads, TheTimeIsTakenBeforeTheLockAndTheNumberInsideIt) {
+  Temp_Folder folder;
+  const Child_Result child = run_child([&] {
+    alarm(60);
+    RegistryLogImpl log(HKEY_LOCAL_MACHINE, L"s", (folder / "test.log").c_str());
+    log.Lock();
+    std::thread waiting([&] { log.Output(0, "waited"); });
+    while (clock_reads() == 0) std::this_thread::yield();
+    log.Output(0, "first");
+    log.Unlock();
+    waiting.join();
+    _exit(0);
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(content_of(folder / "test.log"), record(1, "first") + record(2, "waited"));
+}
+
 // A thread that is inside a question when the registry is closed: the question never returns.
 struct Parked_Thread {
   std::promise<void> asks;

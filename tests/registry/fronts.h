@@ -21,6 +21,7 @@
 
 #include "tests/recording_impl/recording.h"
 #include "tests/registry/doubles.h"
+#include "tests/registry/guarded_page.h"
 
 namespace kvtest {
 
@@ -52,31 +53,6 @@ template <class T>
 T* unreadable(std::uintptr_t number) {
   return reinterpret_cast<T*>(number);
 }
-
-// Two pages, the second without any access.
-class Guarded_Page {
- public:
-  Guarded_Page() : size_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))) {
-    void* pages = mmap(nullptr, 2 * size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED) throw std::runtime_error("mmap");
-    start_ = static_cast<char*>(pages);
-    mprotect(start_ + size_, size_, PROT_NONE);
-  }
-  ~Guarded_Page() { munmap(start_, 2 * size_); }
-  Guarded_Page(const Guarded_Page&) = delete;
-  Guarded_Page& operator=(const Guarded_Page&) = delete;
-
-  // The content, so placed that the first unreadable byte follows it.
-  char* ending_with(const std::string& content) {
-    return static_cast<char*>(std::memcpy(start_ + size_ - content.size(), content.data(), content.size()));
-  }
-  // The first unreadable byte.
-  char* end() { return start_ + size_; }
-
- private:
-  std::size_t size_;
-  char* start_;
-};
 
 // A plain answer.
 inline Behaviour answer(std::uint64_t code) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "registry/wide_buffers.h"
+#include "tests/registry/guarded_page.h"
 #include "tests/registry/wide_text.h"
 
 namespace {
@@ -67,6 +68,36 @@ TEST(WinCharString, TextOfAnyLengthArrivesWhole) {
       units += static_cast<char16_t>(1 + i);
     }
     EXPECT_EQ(bytes_of(WinCharString(text.c_str(), static_cast<int>(length)).data, length), kvtest::crossing(units));
+  }
+}
+
+// Characters whose two lower bytes differ from each other and from those around.
+std::wstring some_text(std::size_t length) {
+  std::wstring text;
+  for (std::size_t i = 0; i < length; ++i) text += static_cast<wchar_t>(0x5A000101 + 0x0107 * i);
+  return text;
+}
+
+std::u16string low_halves(const std::wstring& text) {
+  std::u16string units;
+  for (wchar_t character : text) units += static_cast<char16_t>(character);
+  return units;
+}
+
+TEST(WinCharString, TextOfAnyLengthAndAtAnyAddressIsReadNoFurtherThanItsTerminator) {
+  kvtest::Guarded_Page page;
+  for (std::size_t length = 0; length < 600; ++length) {
+    for (std::size_t from_end : {0u, 1u, 2u, 3u}) {
+      const std::wstring text = some_text(length);
+      std::string bytes(reinterpret_cast<const char*>(text.c_str()), (length + 1) * sizeof(wchar_t));
+      bytes.append(from_end, 'x');
+      const auto* const placed = reinterpret_cast<const wchar_t*>(page.ending_with(bytes));
+      const WinCharString whole(placed, -1);
+      ASSERT_EQ(bytes_of(whole.data, length + 2), kvtest::crossing(low_halves(text)) + "\0\0\0\0"s) << length;
+      if (length == 0) continue;
+      const WinCharString counted(placed, static_cast<int>(length));
+      ASSERT_EQ(bytes_of(counted.data, length + 1), kvtest::crossing(low_halves(text)) + "\0\0"s) << length;
+    }
   }
 }
 

@@ -163,6 +163,21 @@ TEST_F(Endpoint_Files, WithoutATemporaryDirectoryBothFailuresAreTold) {
   EXPECT_EQ(client.err, "Can't create directory " + folder / "missing/kv" + " for endpoint.\n");
 }
 
+TEST_F(Endpoint_Files, ATemporaryDirectoryOfImpossibleLengthIsToldWithItsNamesCutTo4095Characters) {
+  for (std::size_t length : {4095u, 4096u, 100000u}) {
+    const std::string name = "/" + std::string(length - 1, 'x');
+    setenv("TMPDIR", name.c_str(), 1);
+    const Child_Result server = run_child([] {
+      printf("%d", KvCreateRegConnectData(1));
+      KvDestroyRegConnectData();
+    });
+    EXPECT_EQ(server.exit_status, 0);
+    EXPECT_EQ(server.out, "1");
+    const std::string cut = name.substr(0, 4095);
+    EXPECT_EQ(server.err, "Can't create directory " + cut + " for endpoint.\nCan't open " + cut + ".\n") << length;
+  }
+}
+
 TEST_F(Endpoint_Files, AFileInPlaceOfTheFolderIsToldByThePidFileAlone) {
   write_file(folder / "kv", "");
   const Child_Result server = run_child([] { printf("%d", KvCreateRegConnectData(1)); });

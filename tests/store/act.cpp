@@ -1,10 +1,15 @@
 // A ported program that does what its arguments say, one step after the other, and writes a line about each:
 // the result code and what was read. Steps are separated by ",". Keys are written "HKLM\path" or "HKCU\path".
 //
-//   open KEY | make KEY | volatile KEY | delete KEY | set KEY NAME TEXT | large KEY NAME SIZE | get KEY NAME |
-//   names KEY | copy FROM TO | rename FROM TO | remove FILE | kill PROCESS | chmod OCTAL FILE | chdir FOLDER |
-//   umask OCTAL | setenv NAME VALUE | busy KEY | end HOW
+//   open KEY | make KEY | volatile KEY | delete KEY | set KEY NAME TEXT | number KEY NAME NUMBER |
+//   large KEY NAME SIZE | get KEY NAME | log LEVEL TEXT | names KEY | copy FROM TO | rename FROM TO | remove FILE |
+//   kill PROCESS | chmod OCTAL FILE | chdir FOLDER | umask OCTAL | setenv NAME VALUE | busy KEY | backup FOLDER | await
+//   DESCRIPTOR | killed-at-rename | end HOW
+#include <kelvane/log.h>
+#include <kelvane/registry_admin.h>
 #include <windows.h>
+
+#include <fcntl.h>
 
 #include <poll.h>
 #include <signal.h>
@@ -66,6 +71,10 @@ std::string set_data(const std::string& path, const std::string& name, DWORD typ
 }
 
 std::string set_text(const Words& step) { return set_data(step[1], step[2], REG_SZ, step[3] + '\0'); }
+std::string set_number(const Words& step) {
+  const DWORD number = static_cast<DWORD>(std::stoul(step[3]));
+  return set_data(step[1], step[2], REG_DWORD, std::string(reinterpret_cast<const char*>(&number), sizeof number));
+}
 std::string set_large(const Words& step) {
   return set_data(step[1], step[2], REG_BINARY, std::string(std::stoul(step[3]), 'L'));
 }
@@ -141,6 +150,28 @@ std::string keep_busy(const Words& step) {
   return "busy";
 }
 
+std::string write_log(const Words& step) {
+  RegLog().Output(std::stoi(step[1]), "%s", step[2].c_str());
+  return "logged";
+}
+
+std::string backup(const Words& step) { return text(static_cast<LSTATUS>(RegBackup(step[1].c_str(), nullptr))); }
+
+// Waits until nobody can write to the descriptor any more.
+std::string await(const Words& step) {
+  char byte;
+  while (read(std::stoi(step[1]), &byte, 1) > 0) {
+  }
+  return "on";
+}
+
+bool dies_at_rename = false;
+
+std::string die_at_rename(const Words&) {
+  dies_at_rename = true;
+  return "marked";
+}
+
 std::string end(const Words& step) {
   if (step[1] == "exit") exit(0);
   if (step[1] == "_exit") _exit(0);
@@ -150,18 +181,42 @@ std::string end(const Words& step) {
 }
 
 void run(const Words& step) {
-  static const std::map<std::string, std::string (*)(const Words&)> all = {
-      {"open", open_key},      {"make", make_key},          {"volatile", make_key},
-      {"delete", delete_key},  {"set", set_text},           {"large", set_large},
-      {"get", get_text},       {"names", count_names},      {"copy", copy_file},
-      {"rename", rename_file}, {"kill", kill_process},      {"busy", keep_busy},
-      {"remove", remove_file}, {"chmod", change_mode},      {"chdir", change_folder},
-      {"umask", change_mask},  {"setenv", change_variable}, {"end", end}};
+  using Action = std::string (*)(const Words&);
+  static const std::map<std::string, Action> all = {{"open", open_key},
+                                                    {"make", make_key},
+                                                    {"volatile", make_key},
+                                                    {"delete", delete_key},
+                                                    {"set", set_text},
+                                                    {"large", set_large},
+                                                    {"get", get_text},
+                                                    {"names", count_names},
+                                                    {"copy", copy_file},
+                                                    {"rename", rename_file},
+                                                    {"kill", kill_process},
+                                                    {"busy", keep_busy},
+                                                    {"remove", remove_file},
+                                                    {"chmod", change_mode},
+                                                    {"chdir", change_folder},
+                                                    {"umask", change_mask},
+                                                    {"setenv", change_variable},
+                                                    {"backup", backup},
+                                                    {"number", set_number},
+                                                    {"log", write_log},
+                                                    {"await", await},
+                                                    {"end", end},
+                                                    {"killed-at-rename", die_at_rename}};
   std::string line = all.at(step[0])(step) + "\n";
   [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, line.data(), line.size());
 }
 
 }  // namespace
+
+// In the place of the system's, also for the libraries: a program that is to die here dies with the new file
+// written and the old one in its place.
+extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
+  if (dies_at_rename) kill(getpid(), SIGKILL);
+  return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
 
 int main(int argc, char** argv) {
   Words step;

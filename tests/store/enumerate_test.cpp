@@ -87,6 +87,8 @@ TEST_F(Sub_Keys, NeedRoomForTheirNameAndItsTerminator) {
   }
 }
 
+// Characters of the wide form are units.
+#ifndef KVTEST_WIDE
 TEST_F(Sub_Keys, WhoseUnitsFitAndWhoseBytesDoNotAre0WithTheLengthAndAnUntouchedBuffer) {
   make("\xC3\xA4\xC3\xB6");
   Listed_Key listed = list_key(key, 0, 4);
@@ -98,6 +100,7 @@ TEST_F(Sub_Keys, WhoseUnitsFitAndWhoseBytesDoNotAre0WithTheLengthAndAnUntouchedB
   EXPECT_EQ(again.name_size, 4u);
   EXPECT_EQ(again.name.substr(0, 6), "\xC3\xA4\xC3\xB6\0#"s);
 }
+#endif
 
 TEST_F(Sub_Keys, HaveTheirClassSizeToldWithoutABuffer) {
   make("hello", "Klasse");
@@ -240,6 +243,8 @@ TEST_F(Class_Names, AreToldWithRoomForTheTerminator) {
   EXPECT_EQ(std::string(buffer, 8), "hello\0#\0"s);
 }
 
+// The wide form asks once and offers what its caller offers.
+#ifndef KVTEST_WIDE
 TEST_F(Class_Names, WithoutRoomAre0WithTheLengthAndAnUntouchedBuffer) {
   make("k", "hello");
   Key sub = opened(key, "k");
@@ -256,6 +261,29 @@ TEST_F(Class_Names, WithoutRoomAre0WithTheLengthAndAnUntouchedBuffer) {
             0);
   EXPECT_EQ(size, 5u);
 }
+#else
+TEST_F(Class_Names, WithoutRoomAre234WithTheLengthAndNothingWrittenBehindTheRoom) {
+  make("k", "hello");
+  Key sub = opened(key, "k");
+  wchar_t buffer[5] = L"####";
+  DWORD size = 3;
+  EXPECT_EQ(RegQueryInfoKeyW(sub, buffer, &size, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                             nullptr),
+            234);
+  EXPECT_EQ(size, 5u);
+  EXPECT_EQ(std::wstring(buffer, 5), L"\0\0\0#\0"s);
+}
+
+TEST_F(Class_Names, WithoutABufferTellTheirLength) {
+  make("k", "hello");
+  Key sub = opened(key, "k");
+  DWORD size = untouched;
+  EXPECT_EQ(RegQueryInfoKey(sub, nullptr, &size, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                            nullptr),
+            0);
+  EXPECT_EQ(size, 5u);
+}
+#endif
 
 TEST_F(Class_Names, WithoutACountAre87) {
   char buffer[8] = "#######";
@@ -362,6 +390,7 @@ class Random_Changes {
   void set(Model& model, const std::string& name) {
     std::string data(below(below(4) == 0 ? 3000 : 40), 'x');
     bool text = below(2) == 0;
+    if (text) data += '\0';
     EXPECT_EQ(set_value(key_, name.c_str(), text ? REG_SZ : REG_BINARY, data), 0);
     model.values[name] = static_cast<DWORD>(text ? 2 * data.size() : data.size());
   }

@@ -198,7 +198,7 @@ TEST_F(Value_Names, RoomForTheLongestPlusOneIsEnoughToList) {
 
 TEST_F(Value_Names, KeepTheirBackslashes) {
   const std::vector<std::string> names = {"\\", "a\\b", "a\\b\\", "a\\\\b"};
-  for (const std::string& name : names) ASSERT_EQ(set_value(key, name.c_str(), REG_SZ, name), 0);
+  for (const std::string& name : names) ASSERT_EQ(set_value(key, name.c_str(), REG_BINARY, name), 0);
   for (const std::string& name : names) EXPECT_EQ(value_of(key, name.c_str()).data(), name);
   EXPECT_EQ(value_names(key).size(), 4u);
   EXPECT_EQ(sub_keys(key).size(), 0u);

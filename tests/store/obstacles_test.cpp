@@ -94,6 +94,30 @@ TEST_F(Forbidden_Hives, ThatMayOnlyBeReadAreReadAndRefuseToBeWritten) {
   EXPECT_TRUE(content_of(hive()) == good());
 }
 
+// The log's lines, without the time.
+std::string without_headers(std::string text) {
+  for (std::size_t header; (header = text.find("] ->\n")) != text.npos;) {
+    const std::size_t start = text.rfind('\n', header) + 1;
+    text.erase(start, header + 5 - start);
+  }
+  return text;
+}
+
+TEST_F(Forbidden_Hives, ThatMayOnlyBeReadGiveTheLogsItsSettings) {
+  const std::string settings = "HKLM\\Software\\Tressaly\\regss\\log";
+  fs::permissions(hive(), fs::perms(0644));
+  const std::vector<Step> steps = {{"log", "1", "one"}, {"log", "2", "two"}};
+  Child_Result before = act_as_nobody(steps);
+  if (!may_run(before)) GTEST_SKIP() << before.err;
+  // The key is missing and cannot be made.
+  EXPECT_EQ(without_headers(before.out), "one\nlogged\nlogged\n");
+  EXPECT_EQ(before.err, "");
+  ASSERT_TRUE(answered(act({{"number", settings, "LogLevel", "2"}}, environment()), "0\n"));
+  Child_Result after = act_as_nobody(steps);
+  EXPECT_EQ(without_headers(after.out), "one\nlogged\ntwo\nlogged\n");
+  EXPECT_EQ(after.err, "");
+}
+
 TEST_F(Forbidden_Hives, ThatOthersWriteAreReadWithTheirLatestValues) {
   fs::permissions(hive(), fs::perms(0644));
   ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "latest"}}, environment()), "0\n"));
@@ -306,6 +330,34 @@ TEST_F(Hive_Files, WhoseQueueOfWritersIsHeldAreWrittenAllTheSame) {
   EXPECT_TRUE(answered(
       act({{"set", "HKLM\\Software\\K1", "n", "2"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 2\n"));
   close(queue);
+}
+
+// A link in the place of the queue is not followed, also to a file that is not there; the hive does without.
+TEST_F(Hive_Files, WhoseQueueOfWritersIsALinkAreWrittenAndTheLinkIsNotFollowed) {
+  put_hive(good());
+  for (const std::string& target : {folder_ / "secret", folder_ / "missing"}) {
+    write_file(folder_ / "secret", "kept");
+    fs::remove(hive() + "-queue");
+    fs::create_symlink(target, hive() + "-queue");
+    EXPECT_TRUE(answered(
+        act({{"set", "HKLM\\Software\\K1", "n", "x"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 x\n"));
+    EXPECT_EQ(content_of(folder_ / "secret"), "kept");
+    EXPECT_FALSE(fs::exists(folder_ / "missing"));
+    EXPECT_TRUE(fs::is_symlink(hive() + "-queue"));
+  }
+}
+
+// Who may write the hive, and nobody else, may open the queue for both.
+TEST_F(Hive_Files, HaveAQueueForTheirWritersWhateverTheMask) {
+  for (const auto& [registry_mask, mode] : {std::pair("002", 0660), std::pair("022", 0600), std::pair("000", 0666)}) {
+    const std::string hive_file = folder_ / (registry_mask + std::string(".hive"));
+    ASSERT_TRUE(answered(act({{"umask", "077"}, {"set", "HKLM\\S", "n", "x"}},
+                             {"KVREGISTRY=" + hive_file, std::string("KVREGUMASK=") + registry_mask}),
+                         "masked\n0\n"));
+    struct stat queue {};
+    ASSERT_EQ(stat((hive_file + "-queue").c_str(), &queue), 0);
+    EXPECT_EQ(queue.st_mode & 07777, static_cast<mode_t>(mode)) << registry_mask;
+  }
 }
 
 TEST_F(Hive_Files, ReachedThroughASymbolicLinkAreTheSame) {

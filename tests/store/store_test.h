@@ -12,6 +12,12 @@
 #include <utility>
 #include <vector>
 
+// A source compiled with KVTEST_WIDE runs its cases over the wide functions. What stands between
+// `#ifndef KVTEST_WIDE` and its end is the ANSI family's alone, each time with the difference told.
+#ifdef KVTEST_WIDE
+#include "tests/store/wide_family.h"
+#endif
+
 namespace kvtest {
 
 using namespace std::string_literals;

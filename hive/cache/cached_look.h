@@ -1,0 +1,41 @@
+// One look into memory: what is held of a key's hive, if it is known to be true. Everything it gives lives as
+// long as it does.
+#pragma once
+
+#include <cstdint>
+
+#include "hive/cache/coherence.h"
+#include "hive/cache/node.h"
+#include "hive/cache/read_section.h"
+
+namespace hive {
+
+class Open_Key;
+
+class Cached_Look {
+ public:
+  // In a Read_Section that outlives it.
+  Cached_Look(const Read_Section& section, const Open_Key& key);
+  Cached_Look(const Cached_Look&) = delete;
+  Cached_Look& operator=(const Cached_Look&) = delete;
+
+  // The key's number; for a root that is a path, that of the key at it. False when memory cannot tell.
+  bool number(std::int64_t* out) const;
+  // The key itself; null when memory cannot tell.
+  const Node* node() const;
+  // A key of the hive.
+  const Node* node(std::int64_t number) const;
+
+  // Of the hive, while there is a look to be had.
+  const Hive_Identity& identity() const { return view_->identity; }
+  std::uint64_t hive() const { return view_->hive; }
+  // Whether all that was found so far is true together.
+  bool still_holds() const { return coherence_->current() == view_; }
+
+ private:
+  const Open_Key& key_;
+  const Coherence* coherence_ = nullptr;
+  const View* view_ = nullptr;
+};
+
+}  // namespace hive
