@@ -5,6 +5,10 @@
 
 namespace hive {
 
+void tell_all(const Watch_Targets& targets) {
+  for (const std::shared_ptr<Watch_Target>& target : targets) target->signal();
+}
+
 void Watched_Key::add(Watch_Call call) {
   subtree_ |= call.subtree;
   calls_.push_back(std::move(call));

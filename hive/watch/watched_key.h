@@ -20,6 +20,7 @@ struct Watch_Call {
 };
 
 using Watch_Targets = std::vector<std::shared_ptr<Watch_Target>>;
+void tell_all(const Watch_Targets& targets);
 
 class Watched_Key {
  public:
