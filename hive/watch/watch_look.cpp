@@ -31,20 +31,18 @@ struct Watch_Post::Look {
     std::shared_ptr<Watched_Key> key;
     Snapshot::Extent extent;
     bool is_new;
+    Read_State compared_at;
     Snapshot found;
   };
 
   std::int64_t id = 0;
   std::int64_t after = std::numeric_limits<std::int64_t>::max();
   std::vector<Asked> asked;
-  std::uint64_t former_connection = 0;
-  std::uint32_t former_version = 0;
 
   std::uint64_t order = 0;
   Log_Part log;
   bool is_compared = false;
-  std::uint64_t connection = 0;
-  std::uint32_t version = 0;
+  Read_State state;
 
   Watch_Targets told;
   bool is_lost = false;
@@ -66,13 +64,11 @@ Status Watch_Post::look(Hive& hive) {
 void Watch_Post::prepare(Look& look) {
   std::lock_guard lock(mutex_);
   look.id = id_;
-  look.former_connection = connection_;
-  look.former_version = version_;
   for (const std::shared_ptr<Watched_Key>& key : keys_) {
     if (id_ == 0) {
-      look.asked.push_back({key, key->extent(), key->needs_comparison(), {}});
+      look.asked.push_back({key, key->extent(), key->needs_comparison(), key->compared_at(), {}});
     } else if (key->seen() == Watched_Key::unknown) {
-      look.asked.push_back({key, Snapshot::Extent::existence, true, {}});
+      look.asked.push_back({key, Snapshot::Extent::existence, true, {}, {}});
     } else {
       look.after = std::min(look.after, key->seen());
     }
@@ -88,11 +84,10 @@ Status Watch_Post::read(Connection& connection, Look& look) {
 
 // The version tells of other connections' changes, so it says enough only where this one makes none.
 Status Watch_Post::compare(Connection& connection, Look& look) {
-  look.connection = connection.serial();
-  look.version = version_of(connection);
-  const bool is_same = connection.read_only() && look.connection == look.former_connection &&
-                       look.version == look.former_version &&
-                       std::none_of(look.asked.begin(), look.asked.end(), [](const auto& each) { return each.is_new; });
+  look.state = {connection.serial(), version_of(connection)};
+  const bool is_same = connection.read_only() &&
+                       std::all_of(look.asked.begin(), look.asked.end(),
+                                   [&](const auto& each) { return !each.is_new && each.compared_at == look.state; });
   look.is_compared = !is_same;
   if (is_same) return Status::ok;
   for (Look::Asked& each : look.asked) each.found = Snapshot::of(connection, each.key->number(), each.extent);
@@ -103,9 +98,7 @@ void Watch_Post::take(Look& look) {
   std::lock_guard lock(mutex_);
   if (look.id == id_ && id_ != 0) take_log(look);
   if (look.id == id_ && id_ == 0 && look.is_compared) {
-    for (Look::Asked& each : look.asked) each.key->take(std::move(each.found), look.order);
-    connection_ = look.connection;
-    version_ = look.version;
+    for (Look::Asked& each : look.asked) each.key->take(std::move(each.found), look.order, look.state);
   }
   for (const std::shared_ptr<Watched_Key>& key : keys_) key->collect(look.told);
 }
