@@ -4,6 +4,8 @@
 #include <sqlite3.h>
 #include <sys/syscall.h>
 
+#include <atomic>
+
 #include "hive/keys.h"
 #include "hive/store/schema.h"
 #include "hive/store/transaction.h"
@@ -383,14 +385,17 @@ struct Watching_Reader : testing::Test {
     int done[2];
     ASSERT_EQ(pipe2(turn, O_CLOEXEC), 0);
     ASSERT_EQ(pipe2(done, O_CLOEXEC), 0);
+    std::atomic<bool> is_ready = false;
     std::thread root([&] {
       char byte = 0;
+      is_ready = true;
       for (const std::function<void()>& act : acts) {
         if (read(turn[0], &byte, 1) != 1) return;
         act();
         EXPECT_EQ(write(done[1], "+", 1), 1);
       }
     });
+    while (!is_ready) std::this_thread::yield();  // a thread that begins takes memory, beside which none may fork
     as_nobody([&] {
       std::unique_ptr<Registry> mine = registry_on(folder.path());
       Key same;
