@@ -92,7 +92,6 @@ Status walk_tree(Connection& connection, std::int64_t key, Tree_Visitor& visitor
 
 Status Tree_Writer::begin_top(const Key_Record& key) {
   connection_.note_all_changed();
-  connection_.note_all_changed();
   std::string class_name = stored_form(key.class_name);
   Statement set(connection_, Query::set_key_record);
   set.bind(1, root_).bind(2, connection_.take_id()).bind(3, class_name);

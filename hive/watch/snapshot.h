@@ -13,6 +13,14 @@
 
 namespace hive {
 
+// Which state of a hive a connection has read: another one after each change by another connection.
+struct Read_State {
+  std::uint64_t connection = 0;
+  std::uint32_t version = 0;
+
+  bool operator==(const Read_State&) const = default;
+};
+
 class Snapshot {
  public:
   enum class Extent {

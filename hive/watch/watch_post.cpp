@@ -1,20 +1,15 @@
 #include "hive/watch/watch_post.h"
 
-#include <sqlite3.h>
+#include <fcntl.h>
 #include <sys/random.h>
 #include <unistd.h>
 
-#include <fcntl.h>
-
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <limits>
 #include <new>
 #include <utility>
 
 #include "hive/hive.h"
-#include "hive/store/meta.h"
 #include "hive/watch/small_thread.h"
 #include "hive/watch/watch_forks.h"
 
@@ -24,8 +19,6 @@ namespace {
 // How long a change may stay unseen when its writer was killed before it could tell.
 constexpr std::chrono::milliseconds longest_sleep{1000};
 
-std::atomic<std::uint64_t> looks_so_far{0};
-
 // One of so many that no two watchers meet; 0 when the system has none to give.
 std::int64_t random_id() {
   std::uint64_t bits = 0;
@@ -33,49 +26,11 @@ std::int64_t random_id() {
   return static_cast<std::int64_t>(bits >> 2) | 1;
 }
 
-void tell_all(const Watch_Targets& targets) {
-  for (const std::shared_ptr<Watch_Target>& target : targets) target->signal();
-}
-
 bool may_write(const Hive& hive) {
   return hive.is_private() || faccessat(AT_FDCWD, hive.path().c_str(), W_OK, AT_EACCESS) == 0;
 }
 
-// Another one after each change by another connection, once the transaction has begun to read.
-std::uint32_t version_of(Connection& connection) {
-  meta_number(connection, "next_id");
-  std::uint32_t version = 0;
-  sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
-  return version;
-}
-
 }  // namespace
-
-// What a look asks, and what it finds.
-struct Watch_Post::Look {
-  struct Asked {
-    std::shared_ptr<Watched_Key> key;
-    Snapshot::Extent extent;
-    bool is_new;
-    Snapshot found;
-  };
-
-  std::int64_t id = 0;
-  std::int64_t after = std::numeric_limits<std::int64_t>::max();
-  std::vector<Asked> asked;
-  std::uint64_t former_connection = 0;
-  std::uint32_t former_version = 0;
-
-  std::uint64_t order = 0;
-  Log_Part log;
-  bool is_compared = false;
-  std::uint64_t connection = 0;
-  std::uint32_t version = 0;
-
-  Watch_Targets told;
-  bool is_lost = false;
-  std::int64_t position = 0;
-};
 
 // One thread enrols at a time; no mutex is held while it does.
 class Watch_Post::Enrolment {
@@ -231,100 +186,6 @@ void Watch_Post::settle(std::int64_t id) {
     return;
   }
   for (const std::shared_ptr<Watched_Key>& key : keys_) key->lose_track();
-}
-
-// ---- looking
-
-Status Watch_Post::look(Hive& hive) {
-  Look look;
-  prepare(look);
-  const Status status = hive.read([&](Connection& connection) { return read(connection, look); });
-  if (status != Status::ok) return status;
-  take(look);
-  tell_all(look.told);
-  if (look.is_lost) return enroll(hive);
-  catch_up(hive, look);
-  return Status::ok;
-}
-
-void Watch_Post::prepare(Look& look) {
-  std::lock_guard lock(mutex_);
-  look.id = id_;
-  look.former_connection = connection_;
-  look.former_version = version_;
-  for (const std::shared_ptr<Watched_Key>& key : keys_) {
-    if (id_ == 0) {
-      look.asked.push_back({key, key->extent(), key->needs_comparison(), {}});
-    } else if (key->seen() == Watched_Key::unknown) {
-      look.asked.push_back({key, Snapshot::Extent::existence, true, {}});
-    } else {
-      look.after = std::min(look.after, key->seen());
-    }
-  }
-}
-
-Status Watch_Post::read(Connection& connection, Look& look) {
-  look.order = ++looks_so_far;
-  if (look.id == 0) return compare(connection, look);
-  for (Look::Asked& each : look.asked) each.found = Snapshot::of(connection, each.key->number(), each.extent);
-  return read_change_log(connection, look.id, look.after, &look.log);
-}
-
-// The version tells of other connections' changes, so it says enough only where this one makes none.
-Status Watch_Post::compare(Connection& connection, Look& look) {
-  look.connection = connection.serial();
-  look.version = version_of(connection);
-  const bool is_same = connection.read_only() && look.connection == look.former_connection &&
-                       look.version == look.former_version &&
-                       std::none_of(look.asked.begin(), look.asked.end(), [](const auto& each) { return each.is_new; });
-  look.is_compared = !is_same;
-  if (is_same) return Status::ok;
-  for (Look::Asked& each : look.asked) each.found = Snapshot::of(connection, each.key->number(), each.extent);
-  return connection.status();
-}
-
-void Watch_Post::take(Look& look) {
-  std::lock_guard lock(mutex_);
-  if (look.id == id_ && id_ != 0) take_log(look);
-  if (look.id == id_ && id_ == 0 && look.is_compared) {
-    for (Look::Asked& each : look.asked) each.key->take(std::move(each.found), look.order);
-    connection_ = look.connection;
-    version_ = look.version;
-  }
-  for (const std::shared_ptr<Watched_Key>& key : keys_) key->collect(look.told);
-}
-
-void Watch_Post::take_log(Look& look) {
-  if (!look.log.is_known) {
-    look.is_lost = true;
-    settle_lost();
-    return;
-  }
-  const bool is_latest = look.order > order_;
-  if (is_latest) order_ = look.order;
-  look.position = look.log.newest;
-  for (const std::shared_ptr<Watched_Key>& key : keys_) {
-    if (is_latest && key->seen() != Watched_Key::unknown) key->take(look.log);
-  }
-  for (Look::Asked& each : look.asked) {
-    if (each.key->seen() != Watched_Key::unknown) continue;
-    each.key->begin_at(look.log.newest);
-    if (!each.found.is_there()) each.key->end();
-  }
-  for (const std::shared_ptr<Watched_Key>& key : keys_) look.position = std::min(look.position, key->seen());
-}
-
-// Somebody took this watcher for dead, or another hive stands at the path.
-void Watch_Post::settle_lost() {
-  id_ = 0;
-  file_.leave();
-  for (const std::shared_ptr<Watched_Key>& key : keys_) key->lose_track();
-}
-
-// Tells the hive how far the log was read, now and then.
-void Watch_Post::catch_up(Hive& hive, const Look& look) {
-  if (look.id == 0 || look.position - look.log.position < changes_between_cuts) return;
-  hive.write_aside([&](Connection& connection) { return move_watcher(connection, look.id, look.position); });
 }
 
 // ---- the log

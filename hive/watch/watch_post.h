@@ -101,9 +101,7 @@ class Watch_Post : public std::enable_shared_from_this<Watch_Post> {
   bool has_thread_ = false;
   bool is_enrolling_ = false;
   std::condition_variable enrolled_;
-  std::uint64_t order_ = 0;       // of the last look into the log that was taken
-  std::uint64_t connection_ = 0;  // which one was last compared through, and its version
-  std::uint32_t version_ = 0;
+  std::uint64_t order_ = 0;  // of the last look into the log that was taken
   Watch_File file_;
 };
 

@@ -5,6 +5,10 @@
 
 namespace hive {
 
+void tell_all(const Watch_Targets& targets) {
+  for (const std::shared_ptr<Watch_Target>& target : targets) target->signal();
+}
+
 void Watched_Key::add(Watch_Call call) {
   subtree_ |= call.subtree;
   calls_.push_back(std::move(call));
@@ -31,7 +35,7 @@ void Watched_Key::take(const Log_Part& part) {
   seen_ = part.newest;
 }
 
-void Watched_Key::take(Snapshot now, std::uint64_t order) {
+void Watched_Key::take(Snapshot now, std::uint64_t order, const Read_State& state) {
   if (is_compared_ && order < order_) return;
   if (!now.is_there()) is_gone_ = true;
   if (is_compared_) {
@@ -40,6 +44,7 @@ void Watched_Key::take(Snapshot now, std::uint64_t order) {
   }
   snapshot_ = std::move(now);
   order_ = order;
+  compared_at_ = state;
   is_compared_ = true;
 }
 

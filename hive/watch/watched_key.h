@@ -20,6 +20,7 @@ struct Watch_Call {
 };
 
 using Watch_Targets = std::vector<std::shared_ptr<Watch_Target>>;
+void tell_all(const Watch_Targets& targets);
 
 class Watched_Key {
  public:
@@ -41,7 +42,8 @@ class Watched_Key {
   Snapshot::Extent extent() const { return subtree_ ? Snapshot::Extent::tree : Snapshot::Extent::key; }
   bool needs_comparison() const { return !is_compared_ || snapshot_.extent() != extent(); }
   // Compares with the last one, if there is one; order tells which of two is later.
-  void take(Snapshot now, std::uint64_t order);
+  void take(Snapshot now, std::uint64_t order, const Read_State& state);
+  const Read_State& compared_at() const { return compared_at_; }
 
   // The key is gone: every call is told.
   void end() { is_gone_ = true; }
@@ -60,6 +62,7 @@ class Watched_Key {
   std::int64_t seen_ = unknown;
   Snapshot snapshot_;
   std::uint64_t order_ = 0;
+  Read_State compared_at_;
   bool is_compared_ = false;
   bool subtree_ = false;  // some call asked for the keys below
   bool is_gone_ = false;

@@ -80,4 +80,18 @@ inline bool becomes(const std::function<bool()>& condition) {
   return true;
 }
 
+// Waits until the threads that watch sleep, as they do for a second at a time. Before a fork: see
+// why_not_fork_beside_threads.
+inline void let_watching_threads_rest() {
+  becomes([] {
+    for (const std::string& thread : threads()) {
+      std::string stat;
+      std::getline(std::ifstream("/proc/self/task/" + thread + "/stat"), stat);
+      const bool sleeps = stat.find("(registry-watch) S") != stat.npos;
+      if (stat.find("(registry-watch)") != stat.npos && !sleeps) return false;
+    }
+    return true;
+  });
+}
+
 }  // namespace hivetest

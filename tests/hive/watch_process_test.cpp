@@ -4,6 +4,8 @@
 #include <sqlite3.h>
 #include <sys/syscall.h>
 
+#include <atomic>
+
 #include "hive/keys.h"
 #include "hive/store/schema.h"
 #include "hive/store/transaction.h"
@@ -25,6 +27,8 @@ struct Watching : testing::Test {
 
   // In another process, with a registry of its own.
   int elsewhere(const std::function<bool(Registry&, const Key&)>& act) {
+    let_watching_threads_rest();
+    let_watching_threads_rest();
     kvtest::Child_Result child = kvtest::run_child([&] {
       std::unique_ptr<Registry> other = registry_on(folder.path());
       Key same;
@@ -37,10 +41,13 @@ struct Watching : testing::Test {
   // The first column of a question's first row; in a child, since a second SQLite's descriptors would drop this
   // process's locks.
   long long in_hive(const char* question) {
+    let_watching_threads_rest();
+    let_watching_threads_rest();
     kvtest::Child_Result child = kvtest::run_child([&] {
       sqlite3* db = nullptr;
       sqlite3_stmt* statement = nullptr;
       sqlite3_open_v2((folder / "machine.bin").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+      sqlite3_busy_timeout(db, 5000);
       sqlite3_prepare_v2(db, question, -1, &statement, nullptr);
       if (sqlite3_step(statement) == SQLITE_ROW) printf("%lld", sqlite3_column_int64(statement, 0));
     });
@@ -109,6 +116,7 @@ TEST_F(Watching, ManyWatchersMissNothingOfManyWriters) {
 // A change that is in the hive and of which nobody was told: its writer was killed in between.
 TEST_F(Watching, FindsTheChangeOfAWriterThatWasKilledBeforeItCouldTell) {
   Probe_Ref probe = watch(*registry, key, true, way_last_set);
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     std::unique_ptr<hive::Connection> connection;
     std::string reason;
@@ -128,6 +136,7 @@ TEST_F(Watching, FindsTheChangeOfAWriterThatWasKilledBeforeItCouldTell) {
 }
 
 TEST_F(Watching, WhatAKilledWatcherLeftInTheHiveIsRemoved) {
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     std::unique_ptr<Registry> other = registry_on(folder.path());
     Key same;
@@ -144,6 +153,7 @@ TEST_F(Watching, WhatAKilledWatcherLeftInTheHiveIsRemoved) {
 }
 
 TEST_F(Watching, AKilledWatcherIsRemovedByTheNextOne) {
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     std::unique_ptr<Registry> other = registry_on(folder.path());
     Key same;
@@ -160,6 +170,7 @@ TEST_F(Watching, AKilledWatcherIsRemovedByTheNextOne) {
 
 TEST_F(Watching, OneThatWasTakenForDeadIsToldAndGoesOn) {
   Probe_Ref probe = watch(*registry, key, false, way_security);
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     sqlite3* db = nullptr;
     sqlite3_open((folder / "machine.bin").c_str(), &db);
@@ -239,6 +250,7 @@ TEST_F(Watching, SeesThatAnotherHiveTookThePlace) {
 
 TEST_F(Watching, AChildHasNoWatchOfItsParentAndBothGoOn) {
   Probe_Ref probe = watch(*registry, key, false, way_last_set);
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     bool right = watching_threads() == 0;
     // A call of its own on the inherited key, told of its own change; the parent's is not told here.
@@ -258,6 +270,7 @@ TEST_F(Watching, AChildHasNoWatchOfItsParentAndBothGoOn) {
 
 TEST_F(Watching, AChildThatNeverWatchesClosesTheKeyAndTellsNobody) {
   Probe_Ref probe = watch(*registry, key, false, way_last_set);
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     key.reset();
     registry.reset();
@@ -274,6 +287,7 @@ TEST_F(Watching, AChildThatOutlivesItsParentLeavesNoWatcherOfIt) {
   int lives[2];
   ASSERT_EQ(pipe2(lives, O_CLOEXEC), 0);
   pid_t grandchild = -1;
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     std::unique_ptr<Registry> other = registry_on(folder.path());
     Key same;
@@ -324,6 +338,7 @@ TEST_F(Watching, AForkBesideAThreadThatWatchesLeavesTheChildAWorkingRegistry) {
 // ---- descriptors
 
 TEST_F(Watching, GoesOnAfterTheProgramHasClosedEveryDescriptor) {
+  let_watching_threads_rest();
   kvtest::Child_Result child = kvtest::run_child([&] {
     std::unique_ptr<Registry> other = registry_on(folder.path());
     Key same;
@@ -370,14 +385,17 @@ struct Watching_Reader : testing::Test {
     int done[2];
     ASSERT_EQ(pipe2(turn, O_CLOEXEC), 0);
     ASSERT_EQ(pipe2(done, O_CLOEXEC), 0);
+    std::atomic<bool> is_ready = false;
     std::thread root([&] {
       char byte = 0;
+      is_ready = true;
       for (const std::function<void()>& act : acts) {
         if (read(turn[0], &byte, 1) != 1) return;
         act();
         EXPECT_EQ(write(done[1], "+", 1), 1);
       }
     });
+    while (!is_ready) std::this_thread::yield();  // a thread that begins takes memory, beside which none may fork
     as_nobody([&] {
       std::unique_ptr<Registry> mine = registry_on(folder.path());
       Key same;

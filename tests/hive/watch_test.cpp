@@ -328,6 +328,7 @@ long long ask(const std::string& hive, const char* question) {
   sqlite3* db = nullptr;
   sqlite3_stmt* statement = nullptr;
   EXPECT_EQ(sqlite3_open_v2(hive.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+  sqlite3_busy_timeout(db, 5000);
   EXPECT_EQ(sqlite3_prepare_v2(db, question, -1, &statement, nullptr), SQLITE_OK) << question;
   EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW) << question;
   const long long answer = sqlite3_column_int64(statement, 0);
@@ -339,6 +340,7 @@ long long ask(const std::string& hive, const char* question) {
 struct Watch_Log : Watch {
   // Asks in a child: a second SQLite's descriptors would drop this process's locks.
   long long in_hive(const char* question) {
+    let_watching_threads_rest();
     kvtest::Child_Result child = kvtest::run_child([&] { printf("%lld", ask(folder / "machine.bin", question)); });
     return child.out.empty() ? -1 : std::stoll(child.out);
   }

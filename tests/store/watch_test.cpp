@@ -2,7 +2,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 
@@ -13,6 +14,25 @@ namespace kvtest {
 namespace {
 
 constexpr DWORD patience = 60'000;  // milliseconds; far more than any test needs
+
+// What the system says of each thread that watches.
+std::vector<std::string> watching_threads() {
+  std::vector<std::string> states;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::string stat;
+    std::getline(std::ifstream(task.path() / "stat"), stat);
+    if (stat.find("(registry-watch)") != stat.npos) states.push_back(stat);
+  }
+  return states;
+}
+
+// Waits until they sleep, as they do for a second at a time. Before a fork: see why_not_fork_beside_threads.
+void let_watching_threads_rest() {
+  auto is_awake = [](const std::string& stat) { return stat.find("(registry-watch) S") == stat.npos; };
+  for (std::vector<std::string> all = watching_threads(); std::any_of(all.begin(), all.end(), is_awake);) {
+    all = watching_threads();
+  }
+}
 
 class Watching : public Store_Test {
  protected:
@@ -42,10 +62,12 @@ TEST_F(Watching, AnswersAtOnceAndSignalsTheEventAtTheNextChange) {
 
 TEST_F(Watching, IsToldOfAChangeByAnotherProgram) {
   ASSERT_EQ(watch(key, REG_NOTIFY_CHANGE_LAST_SET), 0);
+  let_watching_threads_rest();
   EXPECT_TRUE(answered(act({{"set", "HKCU\\" + path(), "v", "text"}}), "0\n"));
   EXPECT_TRUE(is_told());
   EXPECT_EQ(value_of(key, "v").data(), "text\0"s);
   ASSERT_EQ(watch(key, REG_NOTIFY_CHANGE_NAME, TRUE), 0);
+  let_watching_threads_rest();
   EXPECT_TRUE(answered(act({{"make", "HKCU\\" + path() + "\\a\\b"}}), "0 1\n"));
   EXPECT_TRUE(is_told());
 }
@@ -53,14 +75,17 @@ TEST_F(Watching, IsToldOfAChangeByAnotherProgram) {
 TEST_F(Watching, IsToldInTheMachinesHiveToo) {
   Key machine = created(HKEY_LOCAL_MACHINE, "Software\\Watched");
   ASSERT_EQ(watch(machine, REG_NOTIFY_CHANGE_NAME), 0);
+  let_watching_threads_rest();
   EXPECT_TRUE(answered(act({{"make", "HKLM\\Software\\Watched\\sub"}}), "0 1\n"));
   EXPECT_TRUE(is_told());
   ASSERT_EQ(watch(machine, REG_NOTIFY_CHANGE_NAME), 0);
+  let_watching_threads_rest();
   EXPECT_TRUE(answered(act({{"delete", "HKLM\\Software\\Watched\\sub"}}), "0\n"));
   EXPECT_TRUE(is_told());
 }
 
 TEST_F(Watching, ReadsEveryValueThatAnotherProgramSetsAndMissesNone) {
+  let_watching_threads_rest();
   fflush(nullptr);
   pid_t writer = fork();
   if (writer == 0) {
@@ -83,6 +108,7 @@ TEST_F(Watching, ReadsEveryValueThatAnotherProgramSetsAndMissesNone) {
 TEST_F(Watching, WaitsInTheCallWithoutTheFlag) {
   // From the first call of a handle on nothing is missed, whenever the writer comes.
   ASSERT_EQ(watch(key, REG_NOTIFY_CHANGE_SECURITY), 0);
+  let_watching_threads_rest();
   fflush(nullptr);
   pid_t writer = fork();
   if (writer == 0) _exit(set_number(key, "v", 1) == 0 ? 0 : 1);
@@ -101,6 +127,7 @@ TEST_F(Watching, OfAClosedKeyIsOver) {
 TEST_F(Watching, OfADeletedKeyIsOverAndCannotBegin) {
   Key sub = created(key, "sub");
   ASSERT_EQ(watch(sub, REG_NOTIFY_CHANGE_SECURITY), 0);
+  let_watching_threads_rest();
   EXPECT_TRUE(answered(act({{"delete", "HKCU\\" + path() + "\\sub"}}), "0\n"));
   EXPECT_TRUE(is_told());
   EXPECT_EQ(watch(sub, REG_NOTIFY_CHANGE_SECURITY), 1018);
@@ -118,6 +145,7 @@ TEST_F(Watching, RefusesWhatItCannotWatch) {
 
 TEST_F(Watching, BelongsToTheProcessThatBegan) {
   ASSERT_EQ(watch(key, REG_NOTIFY_CHANGE_LAST_SET), 0);
+  let_watching_threads_rest();
   fflush(nullptr);
   pid_t child = fork();
   if (child == 0) {
@@ -140,6 +168,7 @@ TEST_F(Watching, BelongsToTheProcessThatBegan) {
 }
 
 TEST_F(Watching, EndsQuietlyWithAProgramThatStillWaits) {
+  let_watching_threads_rest();
   fflush(nullptr);
   pid_t child = fork();
   if (child == 0) {
@@ -153,25 +182,15 @@ TEST_F(Watching, EndsQuietlyWithAProgramThatStillWaits) {
   EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
-int watching_threads() {
-  int count = 0;
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    std::string name;
-    std::getline(std::ifstream(task.path() / "comm"), name);
-    count += name == "registry-watch";
-  }
-  return count;
-}
-
 TEST_F(Watching, HasOneThreadWhileItWaitsAndNoneAfterwards) {
-  while (watching_threads() != 0) std::this_thread::yield();  // of former tests
+  while (!watching_threads().empty()) std::this_thread::yield();  // of former tests
   ASSERT_EQ(set_number(key, "v", 1), 0);
-  EXPECT_EQ(watching_threads(), 0);
+  EXPECT_TRUE(watching_threads().empty());
   ASSERT_EQ(watch(key, REG_NOTIFY_CHANGE_LAST_SET), 0);
-  EXPECT_EQ(watching_threads(), 1);
+  EXPECT_EQ(watching_threads().size(), 1u);
   ASSERT_EQ(set_number(key, "v", 2), 0);
   ASSERT_TRUE(is_told());
-  while (watching_threads() != 0) std::this_thread::yield();  // the test's time ends one that stays
+  while (!watching_threads().empty()) std::this_thread::yield();  // the test's time ends one that stays
 }
 
 }  // namespace
