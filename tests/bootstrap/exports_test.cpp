@@ -62,9 +62,8 @@ bool is_debug_help_form(const std::string& name) {
 bool is_published_cxx(const std::string& name) {
   if (is_debug_help_form(name)) return true;
   for (const char* published : {"KvProxyFile", "HKCUDataReader", "KvLog", "NotifOp", "RegLog", "RpcssLog", "StdoutLog",
-                                "Basic_Ddr", "To_Ddr", "From_Ddr", "read_frame", "read_list", "Frame",
-                                "Frame_Of_File", "Frame_Of_String", "Frame_Association", "Slot_Machine",
-                                "One_Arm_Bandit"}) {
+                                "Basic_Ddr", "To_Ddr", "From_Ddr", "read_frame", "read_list", "Frame", "Frame_Of_File",
+                                "Frame_Of_String", "Frame_Association", "Slot_Machine", "One_Arm_Bandit"}) {
     const std::string compiled = "7kelvane" + std::to_string(std::string(published).size()) + published;
     if (name.find(compiled) != std::string::npos) return true;
   }
