@@ -47,6 +47,11 @@ void Coherence::closing() {
   show(nullptr);
 }
 
+void Coherence::closed() {
+  if (index_ != nullptr) Index_Map::let_go(index_);
+  index_ = nullptr;
+}
+
 void Coherence::before_read(Connection& connection) {
   connection.keeping = {};
   if (!usable_ || !connection.shows_volatile) return show(nullptr);

@@ -66,8 +66,9 @@ class Coherence {
   // A connection was opened and has looked at the hive's content. made: when the hive's file was; 0 when that is
   // not known.
   void opened(Connection& connection, const std::string& file, std::int64_t made);
-  // It is about to be closed.
+  // It is about to be closed, and was.
   void closing();
+  void closed();
   // Before a reading transaction; tells the connection under which generation it reads.
   void before_read(Connection& connection);
   // In a writing transaction that has begun.
@@ -85,7 +86,7 @@ class Coherence {
   Hive_Identity identity_{};
   std::int64_t made_ = 0;
   std::uint64_t generation_ = 0;
-  const Index_Map* index_ = nullptr;
+  Index_Map* index_ = nullptr;
   bool is_private_ = false;
   bool usable_ = false;  // there is an index, or the hive is private
   bool was_true_in_write_ = false;

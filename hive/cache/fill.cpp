@@ -42,10 +42,14 @@ std::shared_ptr<const Value_Names> read_values(Connection& connection, std::int6
   return values;
 }
 
+bool has_same_seq(Connection& connection, std::int64_t key, const Node& node) {
+  Statement ask(connection, Query::key_seq);
+  return ask.bind(1, key).row() && ask.number(0) == node.facts.seq;
+}
+
 bool is_current(Connection& connection, std::int64_t key, const Node& node) {
   if (node.is_of(connection.keeping.generation)) return true;
-  Statement ask(connection, Query::key_seq);
-  if (!ask.bind(1, key).row() || ask.number(0) != node.facts.seq) return false;
+  if (!has_same_seq(connection, key, node)) return false;
   node.found_true_in(connection.keeping.generation);
   return true;
 }
@@ -65,7 +69,8 @@ bool is_worth_reading(Connection& connection, std::int64_t key, bool all, std::u
 }
 
 bool reads_values(Connection& connection, std::int64_t key, Part wanted, const Node& node) {
-  if (node.values() != nullptr || !(wanted == Part::values || wanted == Part::all_values)) return false;
+  if (node.values() != nullptr || node.values_are_too_much || !(wanted == Part::values || wanted == Part::all_values))
+    return false;
   return is_worth_reading(connection, key, wanted == Part::all_values, node.facts.counts.values, max_kept_values);
 }
 
@@ -79,30 +84,39 @@ void check_length(Connection& connection, std::size_t found, std::uint32_t expec
   if (found != expected) connection.note(SQLITE_CORRUPT);
 }
 
+bool reads_more(Connection& connection, std::int64_t key, Part wanted, const Node& node) {
+  return reads_values(connection, key, wanted, node) || reads_children(connection, key, wanted, node);
+}
+
+void read_part(Connection& connection, std::int64_t key, Part wanted, Node& node) {
+  if (reads_values(connection, key, wanted, node)) {
+    node.set_values(read_values(connection, key));
+    node.values_are_too_much = node.values() == nullptr;
+    if (!node.values_are_too_much) check_length(connection, node.values()->size(), node.facts.counts.values);
+  } else if (reads_children(connection, key, wanted, node)) {
+    node.children = read_children(connection, key, {}, max_kept_children + 1);
+    check_length(connection, node.children->size(), node.facts.counts.sub_keys);
+  }
+}
+
 }  // namespace
 
 Status find_node(Connection& connection, std::int64_t key, Part wanted, const Node** out) {
   const Node* node = find_current(connection, key);
   std::unique_ptr<Node> fresh;
+  if (node != nullptr && reads_more(connection, key, wanted, *node)) {
+    // What was true under the head may be older than this transaction: parts of one node are of one moment.
+    if (has_same_seq(connection, key, *node)) fresh = node->copy();
+    node = nullptr;
+  }
   if (node == nullptr) {
-    fresh = std::make_unique<Node>();
-    const Status status = read_facts(connection, key, &fresh->facts);
-    if (status != Status::ok) return status;
-    node = fresh.get();
-  }
-  const bool values = reads_values(connection, key, wanted, *node);
-  const bool children = reads_children(connection, key, wanted, *node);
-  if ((values || children) && fresh == nullptr) fresh = node->copy();
-  if (values) fresh->set_values(read_values(connection, key));
-  if (values && fresh->values() != nullptr) {
-    check_length(connection, fresh->values()->size(), fresh->facts.counts.values);
-  }
-  if (children) {
-    fresh->children = read_children(connection, key, {}, max_kept_children + 1);
-    check_length(connection, fresh->children->size(), fresh->facts.counts.sub_keys);
-  }
-  if (connection.status() != Status::ok) return connection.status();
-  if (fresh != nullptr) {
+    if (fresh == nullptr) {
+      fresh = std::make_unique<Node>();
+      const Status status = read_facts(connection, key, &fresh->facts);
+      if (status != Status::ok) return status;
+    }
+    read_part(connection, key, wanted, *fresh);
+    if (connection.status() != Status::ok) return connection.status();
     fresh->found_true_in(connection.keeping.generation);
     node = Node_Cache::of_process().put(connection.keeping.hive, key, std::move(fresh));
   }

@@ -31,7 +31,7 @@ bool is_open(const Descriptors& open, const File_Identity& file) {
 
 }  // namespace
 
-const Index_Map* Index_Map::of(const std::string& hive_file, const Descriptors& open) {
+Index_Map* Index_Map::of(const std::string& hive_file, const Descriptors& open) {
   const std::string name = hive_file + "-shm";
   struct stat found;
   if (stat(name.c_str(), &found) != 0) return nullptr;
@@ -39,26 +39,28 @@ const Index_Map* Index_Map::of(const std::string& hive_file, const Descriptors& 
   if (!is_open(open, file) || found.st_size < static_cast<off_t>(mapped_size)) return nullptr;
   std::lock_guard lock(maps_mutex());
   for (Index_Map* map : maps()) {
-    if (map->file_ == file && map->has_name()) return map;
+    if (map->file_ == file && map->has_name()) {
+      ++map->users_;
+      return map;
+    }
   }
   const int fd = above_standard(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (fd < 0 || fstat(fd, &found) != 0 || !(File_Identity{found.st_dev, found.st_ino} == file)) return nullptr;
   void* head = mmap(nullptr, mapped_size, PROT_READ, MAP_SHARED, fd, 0);
   if (head == MAP_FAILED) return nullptr;
   maps().push_back(new Index_Map(fd, file, static_cast<const std::uint64_t*>(head)));
+  ++maps().back()->users_;
   return maps().back();
 }
 
-void Index_Map::close_gone() {
+void Index_Map::let_go(Index_Map* map) {
   std::lock_guard lock(maps_mutex());
-  std::erase_if(maps(), [](Index_Map* map) {
-    if (map->has_name()) return false;
-    struct stat now;
-    const bool own = fstat(map->fd_, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == map->file_;
-    if (own) close(map->fd_);
-    retire(std::unique_ptr<const Shared_Object>(map));
-    return true;
-  });
+  if (--map->users_ > 0 || map->has_name()) return;
+  std::erase(maps(), map);
+  struct stat now;
+  const bool is_own = fstat(map->fd_, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == map->file_;
+  if (is_own) close(map->fd_);
+  retire(std::unique_ptr<const Shared_Object>(map));
 }
 
 Index_Map::~Index_Map() { munmap(const_cast<std::uint64_t*>(head_), mapped_size); }

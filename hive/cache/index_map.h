@@ -33,10 +33,11 @@ class Index_Head {
 // it would take SQLite's locks away from the process.
 class Index_Map final : public Shared_Object {
  public:
-  // The map of the index that a connection has open; null when there is none.
-  static const Index_Map* of(const std::string& hive_file, const Descriptors& open);
-  // Closes those whose files are gone. Not while a connection is open to one of them.
-  static void close_gone();
+  // The map of the index that a connection has open, for one more user; null when there is none.
+  static Index_Map* of(const std::string& hive_file, const Descriptors& open);
+  // One user less. The descriptor of a file that is gone, and that nobody uses any more, is closed: by then the
+  // user's connection must be.
+  static void let_go(Index_Map* map);
   ~Index_Map() override;
 
   Index_Head copy() const {
@@ -59,6 +60,7 @@ class Index_Map final : public Shared_Object {
   const int fd_;
   const File_Identity file_;
   const std::uint64_t* const head_;
+  int users_ = 0;  // guarded by the mutex of all maps
 };
 
 }  // namespace hive

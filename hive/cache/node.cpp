@@ -11,6 +11,7 @@ std::unique_ptr<Node> Node::copy() const {
   auto node = std::make_unique<Node>();
   node->facts = facts;
   node->set_values(values_);
+  node->values_are_too_much = values_are_too_much;
   node->children = children;
   return node;
 }

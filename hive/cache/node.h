@@ -84,6 +84,7 @@ class alignas(64) Node final : public Shared_Object {
 
  public:
   Key_Facts facts;
+  bool values_are_too_much = false;             // to be kept
   std::shared_ptr<const Child_Names> children;  // null: not known, or too many
 };
 

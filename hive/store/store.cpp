@@ -104,7 +104,7 @@ Status Store::run_with_memory(Access access, Transaction_Body body) {
 void Store::close() {
   coherence_.closing();
   connection_.reset();
-  Index_Map::close_gone();
+  coherence_.closed();
 }
 
 // Drops what cannot be kept: a connection that failed, and one that is only good while nobody writes.
