@@ -62,6 +62,33 @@ Status damaged(Connection& connection) {
   return Status::damaged;
 }
 
+// The longest value may go with it.
+Status write_shorter(Connection& connection, std::int64_t key, const Stored_Value& value, const Old_Value& old,
+                     std::uint32_t units) {
+  Key_Row row;
+  const Status status = read_key(connection, key, &row);
+  if (status != Status::ok) return status;
+  put_value_row(connection, key, value, old.large);
+  row.max_value_name_units = std::max(row.max_value_name_units, units);
+  update_max_size(connection, key, row, old, value.size);
+  return note_change(connection, key, row);
+}
+
+// Counts and maxima can only grow.
+Status write_longer(Connection& connection, std::int64_t key, const Stored_Value& value, const Old_Value& old,
+                    std::uint32_t units) {
+  {
+    Statement grew(connection, Query::values_grew);
+    grew.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
+    grew.bind(4, old.is_there ? 0 : 1).bind(5, units).bind(6, value.size);
+    if (grew.run() != Status::ok) return connection.status();
+    if (sqlite3_changes(connection.handle()) == 0) return Status::key_deleted;
+  }
+  put_value_row(connection, key, value, old.large);
+  log_change(connection, key, way_last_set);
+  return connection.status();
+}
+
 }  // namespace
 
 bool find_large(Statement& get_large, std::int64_t id, std::uint32_t size, std::string_view* out) {
@@ -113,17 +140,13 @@ Status write_value(Connection& connection, std::int64_t key, std::u16string_view
                    const unsigned char* data, std::uint32_t size) {
   if (name.size() > max_value_name_units) return Status::invalid;
   if (size > max_value_size) return Status::too_large;
-  Key_Row row;
-  Status status = read_key(connection, key, &row);
-  if (status != Status::ok) return status;
-  std::string folded = folded_form(name);
-  std::string stored = stored_form(name);
-  Old_Value old = find_old(connection, key, folded);
-  put_value_row(connection, key, {folded, stored, type, data, size}, old.large);
-  if (!old.is_there) ++row.values;
-  row.max_value_name_units = std::max(row.max_value_name_units, static_cast<std::uint32_t>(name.size()));
-  update_max_size(connection, key, row, old, size);
-  return note_change(connection, key, row);
+  const std::string folded = folded_form(name);
+  const std::string stored = stored_form(name);
+  const Old_Value old = find_old(connection, key, folded);
+  const Stored_Value value{folded, stored, type, data, size};
+  const auto units = static_cast<std::uint32_t>(name.size());
+  return old.is_there && size < old.size ? write_shorter(connection, key, value, old, units)
+                                         : write_longer(connection, key, value, old, units);
 }
 
 Status remove_value(Connection& connection, std::int64_t key, std::u16string_view name) {

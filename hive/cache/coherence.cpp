@@ -9,11 +9,6 @@ namespace {
 
 std::atomic<std::uint64_t> next_hive{1};
 
-std::int64_t count_foreign_changes(Connection& connection) {
-  Statement ask(connection, Query::data_version);
-  return ask.row() ? ask.number(0) : 0;
-}
-
 }  // namespace
 
 void Coherence::show(std::unique_ptr<const View> view) {
@@ -30,7 +25,7 @@ void Coherence::opened(Connection& connection, const std::string& file, std::int
   identity_ = connection.identity;
   is_private_ = connection.mode() == Connection::Mode::memory;
   index_ = connection.mode() == Connection::Mode::shared ? Index_Map::of(file, connection.descriptors()) : nullptr;
-  usable_ = (is_private_ || index_ != nullptr) && Own_Process::claim();
+  usable_ = (is_private_ || index_ != nullptr) && Own_Process::claim() != 0;
   if (!usable_ || is_private_ || connection.read_only()) return;
   // A log that is empty tells nothing.
   if (!index_->copy().is_of_an_empty_log()) return;
@@ -69,27 +64,30 @@ void Coherence::in_write(Connection& connection) {
   const View* view = view_.load(std::memory_order_relaxed);
   connection.keeping = {};
   connection.forget_changes();
+  if (usable_ && !is_private_) head_in_write_ = index_->copy();
   was_true_in_write_ = view != nullptr && view->holds();
-  if (was_true_in_write_ && !is_private_) foreign_changes_ = count_foreign_changes(connection);
+  if (!was_true_in_write_ || connection.known.generation != generation_) connection.known = {};
 }
 
-// The order matters: what others commit after the copy changes the head, and what they committed before it
-// changes the count.
+// Nobody else has committed when the index tells of the very frames that our commit has written behind those it told
+// of within the transaction: every commit adds some, until the log begins anew under other salts.
+bool Coherence::is_own_commit(const Connection& connection, const Index_Head& head) const {
+  const std::int64_t frames = connection.frames_committed();
+  if (frames < 0) return head == head_in_write_;
+  return head.is_of_same_log(head_in_write_) && head.frames() == static_cast<std::uint32_t>(frames);
+}
+
 void Coherence::after_commit(Connection& connection) {
-  if (!was_true_in_write_) return;
+  if (!usable_) return;
   const Index_Head head = is_private_ ? Index_Head{} : index_->copy();
-  if (!is_private_) {
-    const bool alone = count_foreign_changes(connection) == foreign_changes_;
-    connection.clear_failure();
-    if (!alone || !head.tells_states_apart()) return;
-  }
-  if (connection.changed_all()) {
+  if (!is_private_ && !(head.tells_states_apart() && is_own_commit(connection, head))) return;
+  if (!was_true_in_write_ || connection.changed_all()) {
     ++generation_;
   } else {
     drop_changed(connection);
-    if (is_private_) return;
   }
-  show(view_of(connection, head));
+  connection.known.generation = generation_;
+  if (!is_private_ || !was_true_in_write_ || connection.changed_all()) show(view_of(connection, head));
 }
 
 void Coherence::drop_changed(Connection& connection) {

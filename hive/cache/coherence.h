@@ -43,7 +43,7 @@ class View final : public Shared_Object {
 
   bool holds() const {
     if (index_ == nullptr) return true;
-    return Own_Process::is_this() && index_->shows(head_) && (!asks_for_name_ || index_->has_name());
+    return Own_Process::number() == process_ && index_->shows(head_) && (!asks_for_name_ || index_->has_name());
   }
   bool is_under(const Index_Head& head) const { return head_ == head; }
 
@@ -51,6 +51,7 @@ class View final : public Shared_Object {
   const Index_Map* const index_;  // null for a private hive
   const Index_Head head_;
   const bool asks_for_name_;
+  const int process_ = Own_Process::number();
 };
 
 class Coherence {
@@ -80,6 +81,7 @@ class Coherence {
   void show(std::unique_ptr<const View> view);
   std::unique_ptr<const View> view_of(const Connection& connection, const Index_Head& head) const;
   void drop_changed(Connection& connection);
+  bool is_own_commit(const Connection& connection, const Index_Head& head) const;
 
   std::atomic<const View*> view_{nullptr};
   std::uint64_t hive_ = 0;  // another one when what stands in the file is another hive
@@ -90,7 +92,7 @@ class Coherence {
   bool is_private_ = false;
   bool usable_ = false;  // there is an index, or the hive is private
   bool was_true_in_write_ = false;
-  std::int64_t foreign_changes_ = 0;  // SQLite's count of what others committed, as it was within the write
+  Index_Head head_in_write_;
 };
 
 }  // namespace hive

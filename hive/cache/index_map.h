@@ -1,8 +1,8 @@
 // The head of the index that SQLite keeps of a hive's log, as every process that has the hive open sees it: it
 // changes with each commit.
 //
-// The head is 48 bytes: 0 version, 8 number of changes, 12 whether it is initialised, 32 two salts of the log,
-// 40 a checksum of it all; numbers are as the machine has them.
+// The head is 48 bytes: 0 version, 8 number of changes, 12 whether it is initialised, 16 number of frames in the
+// log, 32 two salts of the log, 40 a checksum of it all; numbers are as the machine has them.
 #pragma once
 
 #include <array>
@@ -22,6 +22,8 @@ class Index_Head {
 
   // Initialised, and of a log that is not empty: an index made of an empty log always looks the same.
   bool tells_states_apart() const { return (words_[1] >> 32 & 0xFF) != 0 && words_[4] != 0; }
+  bool is_of_same_log(const Index_Head& other) const { return words_[4] == other.words_[4]; }
+  std::uint32_t frames() const { return static_cast<std::uint32_t>(words_[2]); }
   bool is_of_an_empty_log() const { return words_[4] == 0; }
 
  private:

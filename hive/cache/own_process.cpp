@@ -21,12 +21,16 @@ std::atomic<int>* make_mark() {
 
 std::atomic<std::atomic<int>*> Own_Process::mark_{nullptr};
 
-bool Own_Process::claim() {
+// The counter is inherited, so that no child gets a number of one it comes from.
+int Own_Process::claim() {
+  static std::atomic<int> given{0};
   static std::once_flag once;
   std::call_once(once, [] { mark_.store(make_mark(), std::memory_order_release); });
   std::atomic<int>* mark = mark_.load(std::memory_order_acquire);
-  if (mark != nullptr) mark->store(1, std::memory_order_relaxed);
-  return mark != nullptr;
+  if (mark == nullptr) return 0;
+  int number = mark->load(std::memory_order_relaxed);
+  if (number == 0 && mark->compare_exchange_strong(number, given + 1)) number = ++given;
+  return number;
 }
 
 }  // namespace hive

@@ -1,5 +1,5 @@
-// Whether this is the process in which it was said so: false in every other, also in one that was made without
-// the handlers of fork. Costs a look into memory.
+// Which process this is: a number that every child finds changed, also one that was made without the handlers of
+// fork. Asking costs a look into memory.
 #pragma once
 
 #include <atomic>
@@ -8,11 +8,12 @@ namespace hive {
 
 class Own_Process {
  public:
-  // Says so. False where the system does not help.
-  static bool claim();
-  static bool is_this() {
+  // This process's number, given to it now if it has none. 0 where the system does not help.
+  static int claim();
+  // 0 as long as none was given.
+  static int number() {
     const std::atomic<int>* mark = mark_.load(std::memory_order_acquire);
-    return mark != nullptr && mark->load(std::memory_order_relaxed) != 0;
+    return mark == nullptr ? 0 : mark->load(std::memory_order_relaxed);
   }
 
  private:

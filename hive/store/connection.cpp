@@ -5,6 +5,7 @@
 
 #include <atomic>
 
+#include "hive/cache/own_process.h"
 #include "hive/name.h"
 #include "hive/store/statement.h"
 
@@ -18,6 +19,7 @@ constexpr const char* query_texts[] = {
 };
 
 constexpr int ids_of_a_block = 1000;
+constexpr int frames_between_checkpoints = 1000;
 constexpr std::size_t most_changed_keys = 1024;  // that are noted one by one
 
 std::atomic<std::uint64_t> opened_so_far{0};
@@ -76,6 +78,7 @@ Status Connection::open(const std::string& file, Mode mode, std::unique_ptr<Conn
   out->reset();
   std::unique_ptr<Connection> connection(new Connection);
   connection->process_ = getpid();
+  connection->process_number_ = Own_Process::claim();
   connection->serial_ = ++opened_so_far;
   connection->mode_ = mode;
   Use use(*connection);
@@ -105,9 +108,19 @@ Status Connection::set_up(std::string* reason) {
   if (code != SQLITE_OK) note(code);
   if (mode_ == Mode::alone) run_text("PRAGMA locking_mode = EXCLUSIVE");
   run_text(settings);
+  sqlite3_wal_hook(db_, &note_commit, this);
   read_only_ = sqlite3_db_readonly(db_, "main") == 1;
   if (failure_.code != 0) *reason = text_of(failure_);
   return status();
+}
+
+// Beside the noting it does what SQLite does by itself where nobody is told of commits.
+int Connection::note_commit(void* connection, sqlite3* database, const char* name, int frames) {
+  static_cast<Connection*>(connection)->frames_committed_ = frames;
+  if (frames >= frames_between_checkpoints) {
+    sqlite3_wal_checkpoint_v2(database, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
+  return SQLITE_OK;
 }
 
 Connection::~Connection() {
@@ -123,7 +136,11 @@ Connection::~Connection() {
 
 bool Connection::intact() const {
   if (mode_ == Mode::memory) return true;
-  return process_ == getpid() && descriptors_.intact();
+  return is_of_this_process() && descriptors_.intact();
+}
+
+bool Connection::is_of_this_process() const {
+  return process_number_ != 0 ? process_number_ == Own_Process::number() : process_ == getpid();
 }
 
 void Connection::leave_log_alone() { sqlite3_db_config(db_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr); }
@@ -184,6 +201,7 @@ void Connection::note_changed(std::int64_t key) {
 }
 
 void Connection::forget_changes() {
+  frames_committed_ = -1;
   changed_keys_.clear();
   all_changed_ = false;
 }

@@ -108,6 +108,18 @@ class Connection {
   };
   Keeping keeping;
 
+  // Facts that hold as long as nobody else commits and this connection does not change them.
+  struct Known {
+    std::uint64_t generation = 0;  // of the hive's coherence
+    bool number_is_raised = false;
+    bool is_unwatched = false;
+  };
+  Known known;
+
+  // How many frames the log had after the last commit of this connection; negative when it has written none since
+  // the transaction began.
+  std::int64_t frames_committed() const { return frames_committed_; }
+
   // Of the hive that this connection is to; known before the first operation on its content.
   Hive_Identity identity{};
 
@@ -129,7 +141,9 @@ class Connection {
   Connection() = default;
   Status set_up(std::string* reason);
   void finalize();
+  static int note_commit(void* connection, sqlite3* database, const char* name, int frames);
   void abandon();
+  bool is_of_this_process() const;
 
   sqlite3* db_ = nullptr;
   sqlite3_stmt* statements_[static_cast<int>(Query::count)] = {};
@@ -140,7 +154,9 @@ class Connection {
   std::vector<std::int64_t> changed_keys_;
   bool all_changed_ = false;
   std::uint64_t serial_ = 0;
+  std::int64_t frames_committed_ = -1;
   pid_t process_ = 0;
+  int process_number_ = 0;
   Mode mode_ = Mode::shared;
   bool read_only_ = false;
 };

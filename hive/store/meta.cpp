@@ -33,6 +33,7 @@ std::string meta_text(Connection& connection, std::string_view name) {
 }
 
 Status set_meta(Connection& connection, std::string_view name, std::int64_t number) {
+  connection.known = {};
   Statement set(connection, Query::set_meta);
   return set.bind(1, name).bind(2, number).run();
 }
@@ -54,6 +55,8 @@ Image_Head image_head(Connection& connection) {
 Status note_image(Connection& connection) { return set_meta(connection, "imaged", 1); }
 
 Status count_change(Connection& connection) {
+  if (connection.known.number_is_raised) return connection.status();
+  connection.known.number_is_raised = true;
   Statement(connection, Query::end_imaged).run();
   if (sqlite3_changes(connection.handle()) == 0) return connection.status();
   return Statement(connection, Query::raise_number).run();

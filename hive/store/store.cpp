@@ -97,7 +97,11 @@ Status Store::run_with_memory(Access access, Transaction_Body body) {
     coherence_.in_write(begun);
     return body(begun);
   });
-  if (status == Status::ok) coherence_.after_commit(connection);
+  if (status == Status::ok) {
+    coherence_.after_commit(connection);
+  } else {
+    connection.known = {};
+  }
   return status;
 }
 

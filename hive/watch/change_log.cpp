@@ -18,7 +18,12 @@ constexpr const char* tables =
 
 constexpr const char* watcher_count = "watchers";
 
-bool is_watched(Connection& connection) { return meta_number(connection, watcher_count) > 0; }
+bool is_watched(Connection& connection) {
+  if (connection.known.is_unwatched) return false;
+  const bool watched = meta_number(connection, watcher_count) > 0;
+  connection.known.is_unwatched = !watched;
+  return watched;
+}
 
 // The key and those above it. A hive that is damaged may lead upwards for ever.
 std::string chain_of(Connection& connection, std::int64_t key) {
