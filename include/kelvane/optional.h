@@ -1,25 +1,20 @@
 /*
  * What an implementation library may do with the registry beside the table: batches, renaming, unloading, checking.
- * Each function looks its entry up by name in the library that the table is bound to and answers
- * ERROR_CALL_NOT_IMPLEMENTED (120) where that library has none; so start-up must have bound the table.
+ * Each function looks its entry up by name in the library of the registry mode and answers
+ * ERROR_CALL_NOT_IMPLEMENTED (120) where that library has none.
  *
- * Everything here stands in this header: there is nothing to link but libadvapi32 and libkernel32. C programs define
- * _GNU_SOURCE. Functions answer 0 or a Win32 error code and leave the last error alone; any thread may call them. They
- * do not pass the gate of the published functions: once the registry of the process is closed they must not be called.
- * Beside the codes named here every function may answer those of winreg.h: 6 an unknown handle, 5 no right, 8 no
- * memory, 170 another process or thread had the hive for five seconds, 112 a full disk, 1009, 1016, 1017 a hive that
- * cannot be used.
+ * Everything here stands in this header: there is nothing to link but libadvapi32 and libkernel32. Functions answer 0
+ * or a Win32 error code and leave the last error alone; any thread may call them. They do not pass the gate of the
+ * published functions: once the registry of the process is closed they must not be called. Beside the codes named here
+ * every function may answer those of winreg.h: 6 an unknown handle, 5 no right, 8 no memory, 170 another process or
+ * thread had the hive for five seconds, 112 a full disk, 1009, 1016, 1017 a hive that cannot be used.
  *
  * Text is wide, with a terminator; of each character the low 16 bits are the unit that is stored.
  */
 #ifndef KELVANE_OPTIONAL_H
 #define KELVANE_OPTIONAL_H
 
-#if !defined(__cplusplus) && !defined(_GNU_SOURCE)
-#error "kelvane/optional.h needs _GNU_SOURCE in C"
-#endif
-
-#include <dlfcn.h>
+#include <kelvane/process.h>
 #include <stdlib.h>
 
 #include "../winbase.h"
@@ -95,16 +90,20 @@ typedef struct KvHiveCounts {
 /* Is cast to the entry's own type before it is called. */
 typedef void (*KvOptionalFunction)(void);
 
-/* The entry of this name in the bound library; null when it has none. Any slot of the table tells the library. */
+/* The library that serves the registry in this process: in modes 1 and 2 the process itself, in 0 and 3 a server. */
+static inline const char* KvOptionalLibrary(void) {
+  static const char* const libraries[] = {"advapi32client.dll", "advapi32impl.dll", "advapi32impl.dll",
+                                          "advapi32client.dll"};
+  const unsigned mode = KvGetRegistryMode();
+  return mode < sizeof libraries / sizeof libraries[0] ? libraries[mode] : NULL;
+}
+
+/* The entry of this name there; null when it has none. */
 static inline KvOptionalFunction KvOptionalEntry(const char* name) {
-  const int any_slot = 5;
   const DWORD last_error = GetLastError();
-  Dl_info bound;
-  HMODULE library = NULL;
-  KvOptionalFunction entry = NULL;
-  void* address = KvIRegFunctions[any_slot].entry;
-  if (address != NULL && dladdr(address, &bound) != 0) library = LoadLibraryA(bound.dli_fname);
-  if (library != NULL) entry = (KvOptionalFunction)GetProcAddress(library, name);
+  const char* file = KvOptionalLibrary();
+  HMODULE library = file != NULL ? LoadLibraryA(file) : NULL;
+  KvOptionalFunction entry = library != NULL ? (KvOptionalFunction)GetProcAddress(library, name) : NULL;
   SetLastError(last_error);
   return entry;
 }
