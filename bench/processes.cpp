@@ -54,6 +54,8 @@ void advance(timespec& time, long nanoseconds) {
 
 double now() { return seconds_of(CLOCK_MONOTONIC); }
 
+double worked() { return seconds_of(CLOCK_PROCESS_CPUTIME_ID); }
+
 Shared_Memory::Shared_Memory(std::size_t size)
     : data_(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)), size_(size) {
   if (data_ == MAP_FAILED) std::abort();
@@ -89,11 +91,11 @@ void Crowd::serve(unsigned number, int from, int to) {
   Time& time = static_cast<Time*>(times_.data())[number];
   char word;
   while (read(from, &word, 1) == 1) {
-    const double worked = seconds_of(CLOCK_PROCESS_CPUTIME_ID);
+    const double before = worked();
     time.begin = now();
     work_(number);
     time.end = now();
-    time.worked = seconds_of(CLOCK_PROCESS_CPUTIME_ID) - worked;
+    time.worked = worked() - before;
     if (write(to, &word, 1) != 1) break;
   }
   _exit(0);

@@ -13,6 +13,9 @@ namespace bench {
 // Seconds since some moment, the same in all processes.
 double now();
 
+// Seconds that the processors have worked for this process.
+double worked();
+
 // Memory that forked processes share.
 class Shared_Memory {
  public:

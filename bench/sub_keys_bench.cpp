@@ -1,7 +1,7 @@
-// Sub-keys of one key, up to a million: the time of each when they are made, listed and opened by name in random order,
+// Sub-keys of one key, up to a million: what each costs when they are made, listed and opened by name in random order,
 // alone and while another process makes some of its own below the same key. It is to stay level as they become more.
 //
-//   sub_keys/make/N, list/N, open/N    N sub-keys; time for each
+//   sub_keys/make/N, list/N, open/N    N sub-keys; the processor's time for each
 //   sub_keys/make_beside/N, ...        beside a process that makes 100 a second
 //   sub_keys/memory/N                  counter: the memory that a new process has taken when it has listed them and
 //                                      opened many, in MiB
@@ -104,9 +104,9 @@ void make(benchmark::State& state, Beside beside) {
   for (auto _ : state) {
     const Parent parent = make_parent();
     const Addition addition(beside, parent.key);
-    const double begin = now();
+    const double begin = worked();
     make_sub_keys(parent.key, count);
-    state.SetIterationTime((now() - begin) / count);
+    state.SetIterationTime((worked() - begin) / count);
     if (!parents.try_emplace(count, parent).second) RegCloseKey(parent.key);
   }
 }
@@ -116,9 +116,9 @@ void list(benchmark::State& state, Beside beside) {
   HKEY parent = parent_of(count).key;
   const Addition addition(beside, parent);
   for (auto _ : state) {
-    const double begin = now();
+    const double begin = worked();
     const unsigned listed = list_sub_keys(parent);
-    state.SetIterationTime((now() - begin) / listed);
+    state.SetIterationTime((worked() - begin) / listed);
     if (listed < count) return state.SkipWithError("not all sub-keys were listed");
   }
 }
@@ -128,9 +128,9 @@ void open(benchmark::State& state, Beside beside) {
   HKEY parent = parent_of(count).key;
   const Addition addition(beside, parent);
   for (auto _ : state) {
-    const double begin = now();
+    const double begin = worked();
     if (!open_some(parent, count, opened_of_a_round)) return state.SkipWithError("a sub-key is missing");
-    state.SetIterationTime((now() - begin) / opened_of_a_round);
+    state.SetIterationTime((worked() - begin) / opened_of_a_round);
   }
 }
 

@@ -6,7 +6,7 @@
 namespace hive {
 namespace {
 
-constexpr std::chrono::microseconds longest_pause{5000};
+constexpr std::chrono::microseconds longest_pause{500};
 
 }  // namespace
 
