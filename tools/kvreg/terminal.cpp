@@ -1,0 +1,61 @@
+#include "tools/kvreg/terminal.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "tools/kvreg/failure.h"
+#include "tools/kvreg/output.h"
+#include "tools/kvreg/reg_text/units.h"
+
+namespace kvreg {
+namespace {
+
+volatile sig_atomic_t noted = 0;
+
+void note(int signal) { noted = signal; }
+
+// A line of standard input without its end; what is there at the end of the file.
+std::string read_line() {
+  std::string line;
+  for (char each = 0;;) {
+    const ssize_t got = read(STDIN_FILENO, &each, 1);
+    if (got < 0 && errno == EINTR) {
+      stop_if_interrupted();
+      continue;
+    }
+    if (got <= 0 || each == '\n') return line;
+    line.push_back(each);
+  }
+}
+
+}  // namespace
+
+bool ask(const std::string& question) {
+  if (isatty(STDIN_FILENO) == 0) throw Complaint(question + " Nobody can answer here; /f does it without asking.");
+  flush_output();
+  std::fprintf(stderr, "%s (Yes/No) ", question.c_str());
+  const std::string answer = lower_case(read_line());
+  return answer == "y" || answer == "yes";
+}
+
+void must_agree(const std::string& question, bool is_forced) {
+  if (!is_forced && !ask(question)) throw Complaint("nothing was changed");
+}
+
+void note_signals() {
+  struct sigaction action {};
+  action.sa_handler = note;
+  for (const int each : {SIGINT, SIGTERM, SIGHUP}) sigaction(each, &action, nullptr);
+  signal(SIGPIPE, SIG_IGN);
+}
+
+int noted_signal() { return noted; }
+
+void stop_if_interrupted() {
+  if (noted != 0) throw Interrupted{noted};
+}
+
+}  // namespace kvreg

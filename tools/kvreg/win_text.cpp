@@ -1,0 +1,31 @@
+#include "tools/kvreg/win_text.h"
+
+namespace kvreg {
+
+Win_Text::Win_Text(std::u16string_view units) {
+  text_.reserve(units.size() + 1);
+  for (const char16_t unit : units)
+    text_.push_back({static_cast<unsigned char>(unit >> 8), static_cast<unsigned char>(unit & 0xFF)});
+  text_.push_back({0, 0});
+}
+
+std::u16string units_of(const WinChar* text, std::size_t count) {
+  std::u16string units(count, u'\0');
+  for (std::size_t i = 0; i < count; ++i) units[i] = static_cast<char16_t>(text[i].high << 8 | text[i].low);
+  return units;
+}
+
+std::string stored_of(std::u16string_view units) {
+  std::string data(units.size() * sizeof(WinChar), '\0');
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    data[2 * i] = static_cast<char>(units[i] >> 8);
+    data[2 * i + 1] = static_cast<char>(units[i] & 0xFF);
+  }
+  return data;
+}
+
+std::u16string units_of_stored(std::string_view data) {
+  return units_of(reinterpret_cast<const WinChar*>(data.data()), data.size() / sizeof(WinChar));
+}
+
+}  // namespace kvreg
