@@ -5,10 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/kvreg/number.h"
+#include "tools/kvreg/reg_text/data_form.h"
 #include "tools/kvreg/reg_text/units.h"
 #include "tools/kvreg/value_text.h"
 #include "tools/kvreg/value_type.h"
-#include "tools/kvreg/win_text.h"
 
 namespace kvreg {
 namespace {

@@ -26,11 +26,4 @@ std::optional<std::uint32_t> parse_octal(std::string_view text, std::uint32_t mo
   return number && *number <= most ? number : std::nullopt;
 }
 
-int hex_digit(char32_t character) {
-  if (character >= U'0' && character <= U'9') return static_cast<int>(character - U'0');
-  if (character >= U'a' && character <= U'f') return static_cast<int>(character - U'a') + 10;
-  if (character >= U'A' && character <= U'F') return static_cast<int>(character - U'A') + 10;
-  return -1;
-}
-
 }  // namespace kvreg

@@ -11,7 +11,5 @@ namespace kvreg {
 std::optional<std::uint64_t> parse_number(std::string_view text);
 // Octal digits only, at most `most`.
 std::optional<std::uint32_t> parse_octal(std::string_view text, std::uint32_t most);
-// The value of a hexadecimal digit, or -1.
-int hex_digit(char32_t character);
 
 }  // namespace kvreg

@@ -7,10 +7,11 @@
 
 #include "tools/kvreg/failure.h"
 #include "tools/kvreg/number.h"
+#include "tools/kvreg/reg_text/data_form.h"
+#include "tools/kvreg/reg_text/hex.h"
 #include "tools/kvreg/reg_text/units.h"
 #include "tools/kvreg/shown.h"
 #include "tools/kvreg/value_type.h"
-#include "tools/kvreg/win_text.h"
 
 namespace kvreg {
 namespace {

@@ -6,6 +6,7 @@
 
 #include "tools/kvreg/failure.h"
 #include "tools/kvreg/number.h"
+#include "tools/kvreg/reg_text/reg_types.h"
 #include "tools/kvreg/reg_text/units.h"
 
 namespace kvreg {
@@ -51,6 +52,6 @@ DWORD parse_type(std::string_view name) {
   return *type;
 }
 
-bool is_text(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
+bool is_text(DWORD type) { return is_stored_as_units(type); }
 
 }  // namespace kvreg

@@ -15,17 +15,4 @@ std::u16string units_of(const WinChar* text, std::size_t count) {
   return units;
 }
 
-std::string stored_of(std::u16string_view units) {
-  std::string data(units.size() * sizeof(WinChar), '\0');
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    data[2 * i] = static_cast<char>(units[i] >> 8);
-    data[2 * i + 1] = static_cast<char>(units[i] & 0xFF);
-  }
-  return data;
-}
-
-std::u16string units_of_stored(std::string_view data) {
-  return units_of(reinterpret_cast<const WinChar*>(data.data()), data.size() / sizeof(WinChar));
-}
-
 }  // namespace kvreg

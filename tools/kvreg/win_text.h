@@ -21,8 +21,4 @@ class Win_Text {
 
 std::u16string units_of(const WinChar* text, std::size_t count);
 
-// The stored bytes of units, high byte first, and back; an odd last byte is left out.
-std::string stored_of(std::u16string_view units);
-std::u16string units_of_stored(std::string_view data);
-
 }  // namespace kvreg
