@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "tools/kvreg/failure.h"
-#include "tools/kvreg/hive_files.h"
+#include "tools/kvreg/root_handle.h"
 #include "tools/kvreg/table_call.h"
 #include "tools/kvreg/win_text.h"
 
@@ -20,33 +20,9 @@ constexpr DWORD value_name_room = 16383 + 1;
 constexpr DWORD class_room = 32767 + 1;
 constexpr std::size_t usual_data_size = 4096;
 
-void check_code(DWORD code, const Key_Path& path) {
-  if (code != ERROR_SUCCESS) throw Failure{path.shown(), file_to_name(path, code), code};
-}
-
-// The root's handle, on another machine opened for the caller.
-HKEY root_handle(const Key_Path& path, bool* out_is_open) {
-  *out_is_open = !path.machine.empty();
-  if (path.machine.empty()) return path.root->handle;
-  HKEY handle = nullptr;
-  check_code(call<Slot::KvIRegConnectRegistry>(Win_Text(path.machine), path.root->handle, &handle, nullptr), path);
-  return handle;
-}
-
-// Calls use(root) with the root's handle, which is closed afterwards when it was opened.
-template <class Use>
-DWORD with_root(const Key_Path& path, Use use) {
-  bool is_open = false;
-  const HKEY root = root_handle(path, &is_open);
-  const DWORD code = use(root);
-  if (is_open) call<Slot::KvIRegCloseKey>(root, nullptr);
-  return code;
-}
-
 DWORD open_path(const Key_Path& path, DWORD access, HKEY* out) {
-  return with_root(path, [&](HKEY root) {
-    return call<Slot::KvIRegOpenKeyEx>(root, Win_Text(path.sub_path), 0, access, out, nullptr);
-  });
+  const Root_Handle root(path);
+  return call<Slot::KvIRegOpenKeyEx>(HKEY{root}, Win_Text(path.sub_path), 0, access, out, nullptr);
 }
 
 }  // namespace
@@ -75,11 +51,10 @@ std::optional<Key> Key::find(const Key_Path& path, DWORD access) {
 Key Key::create(const Key_Path& path, DWORD options, bool* out_created) {
   HKEY handle = nullptr;
   DWORD disposition = 0;
-  const DWORD code = with_root(path, [&](HKEY root) {
-    return call<Slot::KvIRegCreateKeyEx>(root, Win_Text(path.sub_path), 0, nullptr, options, KEY_READ | KEY_WRITE,
-                                         nullptr, &handle, &disposition, 0, nullptr);
-  });
-  check_code(code, path);
+  const Root_Handle root(path);
+  check_code(call<Slot::KvIRegCreateKeyEx>(HKEY{root}, Win_Text(path.sub_path), 0, nullptr, options,
+                                           KEY_READ | KEY_WRITE, nullptr, &handle, &disposition, 0, nullptr),
+             path);
   if (out_created != nullptr) *out_created = disposition == REG_CREATED_NEW_KEY;
   return Key(path, handle, true);
 }
@@ -184,8 +159,8 @@ bool delete_tree(const Key_Path& path) {
   const std::optional<Key> key = Key::find(path, KEY_READ | KEY_WRITE);
   if (!key) return false;
   for (const std::u16string& name : key->sub_keys()) delete_tree(path.child(name));
-  const DWORD code =
-      with_root(path, [&](HKEY root) { return call<Slot::KvIRegDeleteKey>(root, Win_Text(path.sub_path), nullptr); });
+  const Root_Handle root(path);
+  const DWORD code = call<Slot::KvIRegDeleteKey>(HKEY{root}, Win_Text(path.sub_path), nullptr);
   if (code != ERROR_FILE_NOT_FOUND) check_code(code, path);
   return true;
 }

@@ -26,6 +26,13 @@ CLI::callback_t into(std::optional<std::string>& target) {
   };
 }
 
+CLI::callback_t into(std::vector<std::string>& target) {
+  return [&target](const CLI::results_t& given) {
+    target = given;
+    return true;
+  };
+}
+
 std::string dashed(const std::string& name) { return (name.size() == 1 ? "-" : "--") + name; }
 
 }  // namespace
@@ -46,16 +53,13 @@ void Options::optional_argument(const std::string& name, std::string& target, co
 }
 
 void Options::arguments(const std::string& name, std::vector<std::string>& target, const std::string& text) {
-  app_->add_option(
-          name,
-          [&target](const CLI::results_t& given) {
-            target = given;
-            return true;
-          },
-          text)
-      ->required()
-      ->expected(1, CLI::detail::expected_max_vector_size)
-      ->type_name("");
+  optional_arguments(name, target, text);
+  app_->get_option(name)->required();
+}
+
+void Options::optional_arguments(const std::string& name, std::vector<std::string>& target, const std::string& text) {
+  constexpr int any_number = CLI::detail::expected_max_vector_size;
+  app_->add_option(name, into(target), text)->expected(1, any_number)->type_name("");
 }
 
 void Options::flag(const std::string& known, const std::string& name, bool& target, const std::string& text) {

@@ -27,6 +27,7 @@ class Options {
   void argument(const std::string& name, std::string& target, const std::string& text);
   void optional_argument(const std::string& name, std::string& target, const std::string& text);
   void arguments(const std::string& name, std::vector<std::string>& target, const std::string& text);
+  void optional_arguments(const std::string& name, std::vector<std::string>& target, const std::string& text);
 
   // Switches by names without slash or dashes, "v" or "ve" ("" for none) and "value".
   void flag(const std::string& known, const std::string& name, bool& target, const std::string& text);
