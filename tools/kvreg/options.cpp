@@ -58,8 +58,11 @@ void Options::arguments(const std::string& name, std::vector<std::string>& targe
 }
 
 void Options::optional_arguments(const std::string& name, std::vector<std::string>& target, const std::string& text) {
-  constexpr int any_number = CLI::detail::expected_max_vector_size;
-  app_->add_option(name, into(target), text)->expected(1, any_number)->type_name("");
+  constexpr int one_or_more = -1;
+  app_->add_option(name, into(target), text)
+      ->expected(one_or_more)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->type_name("");
 }
 
 void Options::flag(const std::string& known, const std::string& name, bool& target, const std::string& text) {

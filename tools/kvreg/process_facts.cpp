@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -52,8 +51,8 @@ std::string pid_file() {
   struct stat folder {};
   if (stat(core_data_folder().c_str(), &folder) != 0) return {};
   char id[48];
-  std::snprintf(id, sizeof id, "%" PRIxMAX ":%" PRIuMAX, static_cast<std::uintmax_t>(folder.st_dev),
-                static_cast<std::uintmax_t>(folder.st_ino));
+  std::snprintf(id, sizeof id, "%lx:%lld", static_cast<unsigned long>(folder.st_dev),
+                static_cast<long long>(folder.st_ino));
   return base + "/regss" + id + ".pid";
 }
 

@@ -33,16 +33,17 @@ std::string read_line() {
 
 }  // namespace
 
-bool ask(const std::string& question) {
-  if (isatty(STDIN_FILENO) == 0) throw Complaint(question + " Nobody can answer here; /f does it without asking.");
+bool ask(const std::string& question, const char* without_asking) {
+  if (isatty(STDIN_FILENO) == 0)
+    throw Complaint(question + " Nobody can answer here; " + without_asking + " does it without asking.");
   flush_output();
   std::fprintf(stderr, "%s (Yes/No) ", question.c_str());
   const std::string answer = lower_case(read_line());
   return answer == "y" || answer == "yes";
 }
 
-void must_agree(const std::string& question, bool is_forced) {
-  if (!is_forced && !ask(question)) throw Complaint("nothing was changed");
+void must_agree(const std::string& question, bool is_forced, const char* without_asking) {
+  if (!is_forced && !ask(question, without_asking)) throw Complaint("nothing was changed");
 }
 
 void note_signals() {

@@ -61,7 +61,7 @@ int Export::run() {
     return exit_good;
   }
   Key::open(path);
-  if (is_there(file_)) must_agree(file_ + " is there. Replace it?", is_forced_);
+  if (is_there(file_)) must_agree(file_ + " is there. Replace it?", is_forced_, "/y");
   New_File file(file_);
   write_tree(path, [&](std::string_view bytes) { file.write(bytes); });
   file.keep();

@@ -41,7 +41,7 @@ int Save::run() {
   const Key_Path path = parse_key_path(key_);
   Key::open(path);
   if (is_there(file_)) {
-    must_agree(file_ + " is there. Replace it?", is_forced_);
+    must_agree(file_ + " is there. Replace it?", is_forced_, "/y");
     const std::string beside = name_beside(file_);
     save_key(path, beside);
     if (std::rename(beside.c_str(), file_.c_str()) != 0) {
