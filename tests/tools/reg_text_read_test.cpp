@@ -110,7 +110,7 @@ TEST(RegText, HexIsBytesOfAnyType) {
 TEST(RegText, HexOfTextIsUnitsLowByteFirstInVersionFive) {
   EXPECT_EQ(value_of(five, "\"v\"=hex(2):25,00,3d,d8,00,00"),
             (Statement{Kind::set, u"v", REG_EXPAND_SZ, "\0%\xd8\x3d\0\0"s}));
-  EXPECT_EQ(value_of(five, "\"v\"=hex(1):41,00,7f"), (Statement{Kind::set, u"v", REG_SZ, "\0A\x7f"s}));
+  EXPECT_EQ(value_of(five, "\"v\"=hex(1):41,00,7f"), (Statement{Kind::set, u"v", REG_SZ, "\0A"s}));
 }
 
 TEST(RegText, HexOfTextIsTheCodePageInVersionFour) {

@@ -1,5 +1,6 @@
 #include "tools/kvreg/terminal.h"
 
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -17,15 +18,40 @@ volatile sig_atomic_t noted = 0;
 
 void note(int signal) { noted = signal; }
 
+constexpr int noted_signals[] = {SIGINT, SIGTERM, SIGHUP};
+
+// While it lives the signals that are noted come only where somebody waits for them.
+class Held_Signals {
+ public:
+  Held_Signals() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int each : noted_signals) sigaddset(&held, each);
+    sigprocmask(SIG_BLOCK, &held, &before_);
+  }
+  ~Held_Signals() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  Held_Signals(const Held_Signals&) = delete;
+  Held_Signals& operator=(const Held_Signals&) = delete;
+
+  // Until there is input; a signal that came before or comes now is noticed.
+  void wait_for_input() const {
+    pollfd input = {STDIN_FILENO, POLLIN, 0};
+    do {
+      stop_if_interrupted();
+    } while (ppoll(&input, 1, nullptr, &before_) < 0 && errno == EINTR);
+  }
+
+ private:
+  sigset_t before_;
+};
+
 // A line of standard input without its end; what is there at the end of the file.
 std::string read_line() {
+  const Held_Signals held;
   std::string line;
   for (char each = 0;;) {
+    held.wait_for_input();
     const ssize_t got = read(STDIN_FILENO, &each, 1);
-    if (got < 0 && errno == EINTR) {
-      stop_if_interrupted();
-      continue;
-    }
     if (got <= 0 || each == '\n') return line;
     line.push_back(each);
   }
@@ -49,7 +75,7 @@ void must_agree(const std::string& question, bool is_forced, const char* without
 void note_signals() {
   struct sigaction action {};
   action.sa_handler = note;
-  for (const int each : {SIGINT, SIGTERM, SIGHUP}) sigaction(each, &action, nullptr);
+  for (const int each : noted_signals) sigaction(each, &action, nullptr);
   signal(SIGPIPE, SIG_IGN);
 }
 

@@ -41,11 +41,13 @@ std::string stored_number(std::uint32_t number) {
 
 std::string stored_bytes(std::uint32_t type, std::string_view bytes, Reg_Version version) {
   if (!is_stored_as_units(type)) return std::string(bytes);
-  return version == Reg_Version::units ? swapped(bytes) : stored_of(units_of(bytes));
+  const std::string_view whole = bytes.substr(0, bytes.size() / sizeof(char16_t) * sizeof(char16_t));
+  return version == Reg_Version::units ? swapped(whole) : stored_of(units_of(bytes));
 }
 
 std::optional<std::string> file_bytes(std::uint32_t type, std::string_view data, Reg_Version version) {
   if (!is_stored_as_units(type)) return std::string(data);
+  if (data.size() % sizeof(char16_t) != 0) return std::nullopt;
   if (version == Reg_Version::units) return swapped(data);
   std::string bytes = text_of(units_of_stored(data));
   if (stored_of(units_of(bytes)) != data) return std::nullopt;

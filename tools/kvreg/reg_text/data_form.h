@@ -16,9 +16,10 @@ std::u16string units_of_stored(std::string_view data);
 // A REG_DWORD.
 std::string stored_number(std::uint32_t number);
 
-// What the bytes of hex(type): are in the registry. In version 5 an odd byte behind the last unit stays as it is.
+// What the bytes of hex(type): are in the registry, which stores whole units: an odd byte behind the last one is left
+// out.
 std::string stored_bytes(std::uint32_t type, std::string_view bytes, Reg_Version version);
-// The other way; none when the code page of version 4 cannot tell the data exactly.
+// The other way; none when the code page of version 4 cannot tell the data exactly, or text is no whole units.
 std::optional<std::string> file_bytes(std::uint32_t type, std::string_view data, Reg_Version version);
 
 }  // namespace kvreg
