@@ -56,6 +56,7 @@ set(KV_ADVAPI32_SOURCES
   registry/ascii_run.cpp
   registry/connect.cpp
   registry/enumerate.cpp
+  registry/front_trace.cpp
   registry/gate.cpp
   registry/guarded_probe.cpp
   registry/hkcu_file.cpp
