@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,7 +42,12 @@ inline std::vector<std::string>& complaints() {
   return lines;
 }
 
-inline void note_complaint(const std::string& line) { complaints().push_back(line); }
+// From any thread: the one that watches a hive complains too.
+inline void note_complaint(const std::string& line) {
+  static std::mutex mutex;
+  std::lock_guard lock(mutex);
+  complaints().push_back(line);
+}
 
 // "machine.bin", "user.bin" and "image.bin" of a folder.
 inline std::unique_ptr<Registry> registry_on(const std::string& folder) {
@@ -143,10 +149,12 @@ class Open_Folder {
   std::string path_;
 };
 
-// Runs a check as a user without any rights; the test fails when it does not hold. For root only.
+// Runs a check as a user without any rights, who has complained of nothing yet; the test fails when it does not hold.
+// For root only.
 inline void as_nobody(const std::function<bool()>& check) {
   kvtest::Child_Result child = kvtest::run_child([&] {
     if (setgid(nobody) != 0 || setuid(nobody) != 0) _exit(2);
+    complaints().clear();
     bool holds = check();
     for (const std::string& line : complaints()) fprintf(stderr, "%s\n", line.c_str());
     fflush(stderr);
