@@ -56,6 +56,7 @@ set(KV_ADVAPI32_SOURCES
   registry/ascii_run.cpp
   registry/connect.cpp
   registry/enumerate.cpp
+  registry/front_trace.cpp
   registry/gate.cpp
   registry/guarded_probe.cpp
   registry/hkcu_file.cpp
@@ -132,7 +133,8 @@ target_compile_options(advapi32_objects PRIVATE -fno-delete-null-pointer-checks)
 add_library(advapi32 SHARED bootstrap/operator_new.cpp $<TARGET_OBJECTS:advapi32_objects>)
 target_link_libraries(advapi32 PRIVATE $<BUILD_INTERFACE:kv_house> PUBLIC kernel32)
 target_link_options(advapi32 PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/advapi32.map -Wl,-z,nodelete)
-set_target_properties(advapi32 PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/advapi32.map)
+set_target_properties(advapi32 PROPERTIES SOVERSION ${KV_INTERFACE_NUMBER}
+                                          LINK_DEPENDS ${PROJECT_SOURCE_DIR}/advapi32.map)
 target_include_directories(advapi32 INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 
 add_library(advapi32_internals STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:advapi32_objects>)

@@ -113,16 +113,13 @@ LSTATUS change_tree(HKEY key, const char* sub_key, unsigned value, Operation ope
 }  // namespace kelvane
 
 LSTATUS RegUxChmodRec(HKEY key, const char* sub_key, unsigned mode) {
-  const Registry_Gate gate;
-  return change_tree(key, sub_key, mode, RegUxChmod);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS { return change_tree(key, sub_key, mode, RegUxChmod); });
 }
 
 LSTATUS RegUxChownRec(HKEY key, const char* sub_key, unsigned owner) {
-  const Registry_Gate gate;
-  return change_tree(key, sub_key, owner, RegUxChown);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS { return change_tree(key, sub_key, owner, RegUxChown); });
 }
 
 LSTATUS RegUxChgrpRec(HKEY key, const char* sub_key, unsigned group) {
-  const Registry_Gate gate;
-  return change_tree(key, sub_key, group, RegUxChgrp);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS { return change_tree(key, sub_key, group, RegUxChgrp); });
 }

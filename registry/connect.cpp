@@ -8,13 +8,15 @@
 #include "registry/win_char.h"
 
 LSTATUS RegConnectRegistryA(LPCSTR machine, HKEY key, PHKEY out_key) {
-  const Registry_Gate gate;
-  const Saveable_Name name(machine);
-  return static_cast<LSTATUS>(slot<Slot::KvIRegConnectRegistry>(name.data(), key, out_key, nullptr));
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const Saveable_Name name(machine);
+    return static_cast<LSTATUS>(slot<Slot::KvIRegConnectRegistry>(name.data(), key, out_key, nullptr));
+  });
 }
 
 LSTATUS RegConnectRegistryW(LPCWSTR machine, HKEY key, PHKEY out_key) {
-  const Registry_Gate gate;
-  const KvAnsiString name(machine, -1);
-  return RegConnectRegistryA(name, key, out_key);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const KvAnsiString name(machine, -1);
+    return RegConnectRegistryA(name, key, out_key);
+  });
 }

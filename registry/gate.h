@@ -1,11 +1,13 @@
 // The gate that every gated registry front passes on its way in and on its way out.
 //
 // Once the registry of this process is closed no front returns: the thread gives up its holds on the kernel
-// critical section and sleeps for ever. The gate is a front's first local, so that its exit check runs after
-// every temporary is released, also while an exception passes.
+// critical section and sleeps for ever. A gated front is one call of gated(), whose exit check runs after every
+// temporary is released, also while an exception passes.
 #pragma once
 
 #include <kelvane/advapi32.h>
+
+#include "registry/front_trace.h"
 
 inline namespace kelvane {
 
@@ -28,5 +30,12 @@ class Registry_Gate {
   // Does not return.
   static void park();
 };
+
+// Runs a front's body between the two checks of the gate, as a call that tracers see.
+template <class Body>
+__attribute__((always_inline)) inline auto gated(HKEY key, Body body, const char* front = __builtin_FUNCTION()) {
+  const Registry_Gate gate;
+  return traced(key, body, front);
+}
 
 }  // namespace kelvane

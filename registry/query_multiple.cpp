@@ -79,11 +79,13 @@ LSTATUS query_multiple(HKEY key, Entry* values, DWORD count, void* buffer, DWORD
 }  // namespace kelvane
 
 LSTATUS RegQueryMultipleValuesA(HKEY key, PVALENTA values, DWORD count, LPSTR buffer, LPDWORD total_size) {
-  const Registry_Gate gate;
-  return query_multiple<VALENTA, RegQueryValueExA>(key, values, count, buffer, total_size);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    return query_multiple<VALENTA, RegQueryValueExA>(key, values, count, buffer, total_size);
+  });
 }
 
 LSTATUS RegQueryMultipleValuesW(HKEY key, PVALENTW values, DWORD count, LPWSTR buffer, LPDWORD total_size) {
-  const Registry_Gate gate;
-  return query_multiple<VALENTW, RegQueryValueExW>(key, values, count, buffer, total_size);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    return query_multiple<VALENTW, RegQueryValueExW>(key, values, count, buffer, total_size);
+  });
 }

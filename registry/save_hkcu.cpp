@@ -73,9 +73,10 @@ DWORD write_to_its_file(User_Image& image) {
 }  // namespace kelvane
 
 LSTATUS RegSaveHKCU(const char* path) {
-  const Registry_Gate gate;
-  User_Image image;
-  const LSTATUS fetched = image.fetch();
-  if (fetched != ERROR_SUCCESS) return fetched;
-  return static_cast<LSTATUS>(path != nullptr ? image.write(path) : write_to_its_file(image));
+  return gated(nullptr, [=]() KV_IN_FRONT -> LSTATUS {
+    User_Image image;
+    const LSTATUS fetched = image.fetch();
+    if (fetched != ERROR_SUCCESS) return fetched;
+    return static_cast<LSTATUS>(path != nullptr ? image.write(path) : write_to_its_file(image));
+  });
 }

@@ -4,10 +4,13 @@
 
 #include "registry/gate.h"
 
-LSTATUS RegSetKeySecurity(HKEY, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR) { return ERROR_SUCCESS; }
+LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR) {
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return ERROR_SUCCESS; });
+}
 
-LSTATUS RegGetKeySecurity(HKEY, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, LPDWORD size) {
-  const Registry_Gate gate;
-  if (size != nullptr && *size != 0) *size = 0;
-  return ERROR_SUCCESS;
+LSTATUS RegGetKeySecurity(HKEY key, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, LPDWORD size) {
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    if (size != nullptr && *size != 0) *size = 0;
+    return ERROR_SUCCESS;
+  });
 }

@@ -43,58 +43,62 @@ DWORD with_wide_terminator(const BYTE* data, DWORD size) {
 }  // namespace kelvane
 
 LSTATUS RegSetValueExA(HKEY key, LPCSTR value_name, DWORD reserved, DWORD type, const BYTE* data, DWORD size) {
-  const Registry_Gate gate;
-  const DWORD full_size = with_terminator(type, data, size);
-  const WinVal value(type, data, full_size);
-  const Saveable_Name name(value_name);
-  return static_cast<LSTATUS>(
-      slot<Slot::KvIRegSetValueEx>(key, name.data(), reserved, type, value.data, value.length, nullptr));
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const DWORD full_size = with_terminator(type, data, size);
+    const WinVal value(type, data, full_size);
+    const Saveable_Name name(value_name);
+    return static_cast<LSTATUS>(
+        slot<Slot::KvIRegSetValueEx>(key, name.data(), reserved, type, value.data, value.length, nullptr));
+  });
 }
 
 LSTATUS RegSetValueA(HKEY key, LPCSTR sub_key, DWORD type, LPCSTR data, DWORD) {
-  const Registry_Gate gate;
-  if (key == HKEY_PERFORMANCE_DATA) return ERROR_INVALID_HANDLE;
-  if (type != REG_SZ) return ERROR_INVALID_PARAMETER;
-  if (key == nullptr) return ERROR_INVALID_HANDLE;
-  const auto size = static_cast<DWORD>(std::strlen(data) + 1);
-  HKEY target = key;
-  if (!is_empty(sub_key)) {
-    const LSTATUS created =
-        RegCreateKeyExA(key, sub_key, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_SET_VALUE, nullptr, &target, nullptr);
-    if (created != ERROR_SUCCESS) return created;
-  }
-  const LSTATUS result = RegSetValueExA(target, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(data), size);
-  // QUIRK set-value-close-result: with a sub-key the result of closing it is told, a failed set is lost.
-  return target != key ? RegCloseKey(target) : result;
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    if (key == HKEY_PERFORMANCE_DATA) return ERROR_INVALID_HANDLE;
+    if (type != REG_SZ) return ERROR_INVALID_PARAMETER;
+    if (key == nullptr) return ERROR_INVALID_HANDLE;
+    const auto size = static_cast<DWORD>(std::strlen(data) + 1);
+    HKEY target = key;
+    if (!is_empty(sub_key)) {
+      const LSTATUS created =
+          RegCreateKeyExA(key, sub_key, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_SET_VALUE, nullptr, &target, nullptr);
+      if (created != ERROR_SUCCESS) return created;
+    }
+    const LSTATUS result = RegSetValueExA(target, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(data), size);
+    // QUIRK set-value-close-result: with a sub-key the result of closing it is told, a failed set is lost.
+    return target != key ? RegCloseKey(target) : result;
+  });
 }
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR value_name, DWORD reserved, DWORD type, const BYTE* data, DWORD size) {
-  const Registry_Gate gate;
-  const bool is_text = is_string_type(type) && data != nullptr;
-  const DWORD full_size = is_text ? with_wide_terminator(data, size) : size;
-  const WinCharString text(is_text ? reinterpret_cast<const wchar_t*>(data) : nullptr,
-                           static_cast<int>(full_size / sizeof(wchar_t)));
-  const WinCharString name(value_name, -1);
-  const BYTE* stored = is_text ? reinterpret_cast<const BYTE*>(text.data) : data;
-  const DWORD stored_size = is_text ? full_size / 2 : size;
-  return static_cast<LSTATUS>(
-      slot<Slot::KvIRegSetValueEx>(key, name.data, reserved, type, stored, stored_size, nullptr));
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const bool is_text = is_string_type(type) && data != nullptr;
+    const DWORD full_size = is_text ? with_wide_terminator(data, size) : size;
+    const WinCharString text(is_text ? reinterpret_cast<const wchar_t*>(data) : nullptr,
+                             static_cast<int>(full_size / sizeof(wchar_t)));
+    const WinCharString name(value_name, -1);
+    const BYTE* stored = is_text ? reinterpret_cast<const BYTE*>(text.data) : data;
+    const DWORD stored_size = is_text ? full_size / 2 : size;
+    return static_cast<LSTATUS>(
+        slot<Slot::KvIRegSetValueEx>(key, name.data, reserved, type, stored, stored_size, nullptr));
+  });
 }
 
 LSTATUS RegSetValueW(HKEY key, LPCWSTR sub_key, DWORD type, LPCWSTR data, DWORD) {
-  const Registry_Gate gate;
-  if (key == HKEY_PERFORMANCE_DATA) return ERROR_INVALID_HANDLE;
-  if (type != REG_SZ) return ERROR_INVALID_PARAMETER;
-  if (key == nullptr) return ERROR_INVALID_HANDLE;
-  const auto size = static_cast<DWORD>((std::wcslen(data) + 1) * sizeof(wchar_t));
-  HKEY target = key;
-  if (!is_empty(sub_key)) {
-    const LSTATUS created =
-        RegCreateKeyExW(key, sub_key, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_SET_VALUE, nullptr, &target, nullptr);
-    if (created != ERROR_SUCCESS) return created;
-  }
-  const LSTATUS result = RegSetValueExW(target, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(data), size);
-  // QUIRK set-value-wide-result: unlike the ANSI form, the result of the set is told.
-  if (target != key) RegCloseKey(target);
-  return result;
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    if (key == HKEY_PERFORMANCE_DATA) return ERROR_INVALID_HANDLE;
+    if (type != REG_SZ) return ERROR_INVALID_PARAMETER;
+    if (key == nullptr) return ERROR_INVALID_HANDLE;
+    const auto size = static_cast<DWORD>((std::wcslen(data) + 1) * sizeof(wchar_t));
+    HKEY target = key;
+    if (!is_empty(sub_key)) {
+      const LSTATUS created =
+          RegCreateKeyExW(key, sub_key, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_SET_VALUE, nullptr, &target, nullptr);
+      if (created != ERROR_SUCCESS) return created;
+    }
+    const LSTATUS result = RegSetValueExW(target, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(data), size);
+    // QUIRK set-value-wide-result: unlike the ANSI form, the result of the set is told.
+    if (target != key) RegCloseKey(target);
+    return result;
+  });
 }

@@ -113,13 +113,15 @@ LSTATUS copy_tree(HKEY key, const WinChar* name, HKEY destination) {
 }  // namespace kelvane
 
 LSTATUS RegCopyTreeA(HKEY source, LPCSTR sub_key, HKEY destination) {
-  const Registry_Gate gate;
-  const Saveable_Name name(sub_key);
-  return copy_tree(source, name.data(), destination);
+  return gated(source, [=]() KV_IN_FRONT -> LSTATUS {
+    const Saveable_Name name(sub_key);
+    return copy_tree(source, name.data(), destination);
+  });
 }
 
 LSTATUS RegCopyTreeW(HKEY source, LPCWSTR sub_key, HKEY destination) {
-  const Registry_Gate gate;
-  const WinCharString name(sub_key, -1);
-  return copy_tree(source, name.data, destination);
+  return gated(source, [=]() KV_IN_FRONT -> LSTATUS {
+    const WinCharString name(sub_key, -1);
+    return copy_tree(source, name.data, destination);
+  });
 }

@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "registry/front_trace.h"
 #include "registry/later/value_block.h"
 
 inline namespace kelvane {
@@ -34,24 +35,28 @@ LSTATUS deliver_cut(const wchar_t* text, DWORD size, wchar_t* out, DWORD room) {
 }  // namespace kelvane
 
 LSTATUS RegOpenCurrentUser(REGSAM access, PHKEY out_key) {
-  if (out_key == nullptr) return ERROR_INVALID_PARAMETER;
-  return RegOpenKeyExA(HKEY_CURRENT_USER, nullptr, 0, access, out_key);
+  return traced(nullptr, [=]() KV_IN_FRONT -> LSTATUS {
+    if (out_key == nullptr) return ERROR_INVALID_PARAMETER;
+    return RegOpenKeyExA(HKEY_CURRENT_USER, nullptr, 0, access, out_key);
+  });
 }
 
 LSTATUS RegLoadMUIStringW(HKEY key, LPCWSTR value_name, LPWSTR buffer, DWORD size, LPDWORD out_size, DWORD flags,
                           LPCWSTR) {
-  const bool cuts = (flags & REG_MUI_STRING_TRUNCATE) != 0;
-  const bool is_request = (flags & ~DWORD{REG_MUI_STRING_TRUNCATE}) == 0 && (buffer != nullptr || size == 0);
-  if (!is_request || (cuts && out_size != nullptr)) return ERROR_INVALID_PARAMETER;
-  Value_Block text(usual_size);
-  DWORD text_size = 0;
-  const LSTATUS result = read_text(key, value_name, text, &text_size);
-  if (result != ERROR_SUCCESS) return result;
-  const auto* const characters = reinterpret_cast<const wchar_t*>(text.data());
-  if (characters[0] == L'@') return ERROR_FILE_NOT_FOUND;
-  if (out_size != nullptr) *out_size = text_size;
-  if (cuts) return deliver_cut(characters, text_size, buffer, size);
-  if (size < text_size) return ERROR_MORE_DATA;
-  std::memcpy(buffer, characters, text_size);
-  return ERROR_SUCCESS;
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const bool cuts = (flags & REG_MUI_STRING_TRUNCATE) != 0;
+    const bool is_request = (flags & ~DWORD{REG_MUI_STRING_TRUNCATE}) == 0 && (buffer != nullptr || size == 0);
+    if (!is_request || (cuts && out_size != nullptr)) return ERROR_INVALID_PARAMETER;
+    Value_Block text(usual_size);
+    DWORD text_size = 0;
+    const LSTATUS result = read_text(key, value_name, text, &text_size);
+    if (result != ERROR_SUCCESS) return result;
+    const auto* const characters = reinterpret_cast<const wchar_t*>(text.data());
+    if (characters[0] == L'@') return ERROR_FILE_NOT_FOUND;
+    if (out_size != nullptr) *out_size = text_size;
+    if (cuts) return deliver_cut(characters, text_size, buffer, size);
+    if (size < text_size) return ERROR_MORE_DATA;
+    std::memcpy(buffer, characters, text_size);
+    return ERROR_SUCCESS;
+  });
 }

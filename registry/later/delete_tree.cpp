@@ -67,13 +67,15 @@ LSTATUS delete_tree(HKEY key, const WinChar* name) {
 }  // namespace kelvane
 
 LSTATUS RegDeleteTreeA(HKEY key, LPCSTR sub_key) {
-  const Registry_Gate gate;
-  const Saveable_Name name(sub_key);
-  return delete_tree(key, name.data());
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const Saveable_Name name(sub_key);
+    return delete_tree(key, name.data());
+  });
 }
 
 LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR sub_key) {
-  const Registry_Gate gate;
-  const WinCharString name(sub_key, -1);
-  return delete_tree(key, name.data);
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    const WinCharString name(sub_key, -1);
+    return delete_tree(key, name.data);
+  });
 }

@@ -4,6 +4,7 @@
 
 #include <winerror.h>
 
+#include "registry/front_trace.h"
 #include "registry/later/forms.h"
 #include "registry/later/opened_key.h"
 #include "registry/later/value_block.h"
@@ -163,10 +164,14 @@ LSTATUS get_or_clear(HKEY key, const Char* sub_key, const Char* name, DWORD flag
 
 LSTATUS RegGetValueA(HKEY key, LPCSTR sub_key, LPCSTR value_name, DWORD flags, LPDWORD out_type, PVOID data,
                      LPDWORD size) {
-  return get_or_clear<Narrow>(key, sub_key, value_name, flags, out_type, data, size);
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS {
+    return get_or_clear<Narrow>(key, sub_key, value_name, flags, out_type, data, size);
+  });
 }
 
 LSTATUS RegGetValueW(HKEY key, LPCWSTR sub_key, LPCWSTR value_name, DWORD flags, LPDWORD out_type, PVOID data,
                      LPDWORD size) {
-  return get_or_clear<Wide>(key, sub_key, value_name, flags, out_type, data, size);
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS {
+    return get_or_clear<Wide>(key, sub_key, value_name, flags, out_type, data, size);
+  });
 }

@@ -2,6 +2,7 @@
 
 #include <winerror.h>
 
+#include "registry/front_trace.h"
 #include "registry/later/forms.h"
 #include "registry/later/opened_key.h"
 
@@ -37,25 +38,27 @@ LSTATUS delete_key_of_view(HKEY key, const Char* sub_key, DWORD reserved) {
 }  // namespace kelvane
 
 LSTATUS RegSetKeyValueA(HKEY key, LPCSTR sub_key, LPCSTR value_name, DWORD type, LPCVOID data, DWORD size) {
-  return set_below<Narrow>(key, sub_key, value_name, type, data, size);
+  return traced(key,
+                [=]() KV_IN_FRONT -> LSTATUS { return set_below<Narrow>(key, sub_key, value_name, type, data, size); });
 }
 
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR sub_key, LPCWSTR value_name, DWORD type, LPCVOID data, DWORD size) {
-  return set_below<Wide>(key, sub_key, value_name, type, data, size);
+  return traced(key,
+                [=]() KV_IN_FRONT -> LSTATUS { return set_below<Wide>(key, sub_key, value_name, type, data, size); });
 }
 
 LSTATUS RegDeleteKeyValueA(HKEY key, LPCSTR sub_key, LPCSTR value_name) {
-  return delete_below<Narrow>(key, sub_key, value_name);
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return delete_below<Narrow>(key, sub_key, value_name); });
 }
 
 LSTATUS RegDeleteKeyValueW(HKEY key, LPCWSTR sub_key, LPCWSTR value_name) {
-  return delete_below<Wide>(key, sub_key, value_name);
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return delete_below<Wide>(key, sub_key, value_name); });
 }
 
 LSTATUS RegDeleteKeyExA(HKEY key, LPCSTR sub_key, REGSAM, DWORD reserved) {
-  return delete_key_of_view<Narrow>(key, sub_key, reserved);
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return delete_key_of_view<Narrow>(key, sub_key, reserved); });
 }
 
 LSTATUS RegDeleteKeyExW(HKEY key, LPCWSTR sub_key, REGSAM, DWORD reserved) {
-  return delete_key_of_view<Wide>(key, sub_key, reserved);
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return delete_key_of_view<Wide>(key, sub_key, reserved); });
 }

@@ -4,6 +4,7 @@
 #include <winerror.h>
 #include <winreg.h>
 
+#include "registry/front_trace.h"
 #include "registry/later/opened_key.h"
 
 inline namespace kelvane {
@@ -19,12 +20,18 @@ LSTATUS check(HKEY key) {
 }  // namespace kelvane
 
 LSTATUS RegQueryReflectionKey(HKEY key, BOOL* out_is_disabled) {
-  if (out_is_disabled == nullptr) return ERROR_INVALID_PARAMETER;
-  const LSTATUS result = check(key);
-  if (result == ERROR_SUCCESS) *out_is_disabled = TRUE;
-  return result;
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS {
+    if (out_is_disabled == nullptr) return ERROR_INVALID_PARAMETER;
+    const LSTATUS result = check(key);
+    if (result == ERROR_SUCCESS) *out_is_disabled = TRUE;
+    return result;
+  });
 }
 
-LSTATUS RegDisableReflectionKey(HKEY key) { return check(key); }
+LSTATUS RegDisableReflectionKey(HKEY key) {
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return check(key); });
+}
 
-LSTATUS RegEnableReflectionKey(HKEY key) { return check(key); }
+LSTATUS RegEnableReflectionKey(HKEY key) {
+  return traced(key, [=]() KV_IN_FRONT -> LSTATUS { return check(key); });
+}

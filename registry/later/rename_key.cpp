@@ -30,11 +30,12 @@ Rename_Entry rename_entry() {
 }  // namespace kelvane
 
 LSTATUS RegRenameKey(HKEY key, LPCWSTR sub_key, LPCWSTR new_name) {
-  const Registry_Gate gate;
-  if (new_name == nullptr) return ERROR_INVALID_PARAMETER;
-  const Rename_Entry entry = rename_entry();
-  if (entry == nullptr) return ERROR_CALL_NOT_IMPLEMENTED;
-  const WinCharString old_text(sub_key, -1);
-  const WinCharString new_text(new_name, -1);
-  return static_cast<LSTATUS>(entry(key, old_text.data, new_text.data, nullptr));
+  return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
+    if (new_name == nullptr) return ERROR_INVALID_PARAMETER;
+    const Rename_Entry entry = rename_entry();
+    if (entry == nullptr) return ERROR_CALL_NOT_IMPLEMENTED;
+    const WinCharString old_text(sub_key, -1);
+    const WinCharString new_text(new_name, -1);
+    return static_cast<LSTATUS>(entry(key, old_text.data, new_text.data, nullptr));
+  });
 }

@@ -72,7 +72,7 @@ TEST(LoadLibraryA, GivesTheSameModuleForTheSameFile) {
 
 TEST(LoadLibraryA, FindsModulesBesideTheBaseLibrary) {
   Temp_Folder folder;
-  std::filesystem::copy_file(KVTEST_KERNEL32, folder / "libkernel32.so");
+  std::filesystem::copy_file(KVTEST_KERNEL32, folder / "libkernel32.so.1");
   std::filesystem::create_directory(folder / "kelvane");
   std::filesystem::copy_file(first_folder + "/probe.dll", folder / "kelvane/probe.dll");
   std::string libraries = folder.path() + ":" + first_folder;
@@ -84,7 +84,7 @@ TEST(LoadLibraryA, FindsModulesBesideTheBaseLibrary) {
 
 TEST(LoadLibraryA, TheModulePathComesBeforeTheFolderBesideTheBaseLibrary) {
   Temp_Folder folder;
-  std::filesystem::copy_file(KVTEST_KERNEL32, folder / "libkernel32.so");
+  std::filesystem::copy_file(KVTEST_KERNEL32, folder / "libkernel32.so.1");
   std::filesystem::create_directory(folder / "kelvane");
   std::filesystem::copy_file(first_folder + "/probe.dll", folder / "kelvane/probe.dll");
   Child_Result result = kvtest::run_program({KVTEST_SHOW_MODULE, "probe.dll"},

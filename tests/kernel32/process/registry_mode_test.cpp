@@ -154,7 +154,7 @@ TEST(RegistryMode, AConfiguredMachineWithoutTheClientLibraryHasTheDefault) {
   Temp_Folder home;
   Temp_Folder libraries;  // a base library with no modules beside it
   std::ofstream(etc / "kelvane.conf") << "CORE_DATA=/var/lib/kelvane\n";
-  std::filesystem::copy_file(KVTEST_KERNEL32, libraries / "libkernel32.so");
+  std::filesystem::copy_file(KVTEST_KERNEL32, libraries / "libkernel32.so.1");
   Child_Result result = kvtest::run_child([&] {
     std::string reason = kvtest::put_folder_over_etc(etc.path());
     if (!reason.empty()) {
