@@ -124,6 +124,9 @@ class Registry {
   virtual Status create(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key,
                         bool* out_created);
   virtual Status remove(const Key& at, std::u16string_view path);
+  // Another name for the key at a path, in place: it keeps its handles. exists: its parent has another key of the name;
+  // invalid: no name of a key; denied: a root, or directly below HKEY_USERS.
+  virtual Status rename(const Key& at, std::u16string_view path, std::u16string_view name);
 
   virtual Status enumerate_key(const Key& key, std::uint32_t index, Text_Out& name, Text_Out* class_name,
                                std::uint64_t* out_last_write_time);
@@ -160,9 +163,12 @@ class Registry {
   // newer_version, denied: of the file; busy: also a hive that is in use here; invalid: it would be too deep;
   // must_be_volatile: the key is volatile.
   virtual Status load(const Key& at, std::u16string_view path, const std::string& file);
-  // Looks the key's hive through, or a hive file that is not in use here; what is wrong is told, nothing changed.
-  virtual Status check(const Key& key, std::vector<Found_Fault>* out);
-  virtual Status check_file(const std::string& file, std::vector<Found_Fault>* out);
+  // Removes the key at a path that load has made, with all below it. invalid: it was not made so; denied: a root.
+  virtual Status unload(const Key& at, std::u16string_view path);
+  // Looks the key's hive through, or a hive file that is not in use here; what is wrong is told, nothing changed. What
+  // the hive holds is counted where its structure is good, if anybody asks.
+  virtual Status check(const Key& key, std::vector<Found_Fault>* out, Hive_Counts* out_counts = nullptr);
+  virtual Status check_file(const std::string& file, std::vector<Found_Fault>* out, Hive_Counts* out_counts = nullptr);
   // Every hive that is open or stands, consistent, into a folder (made when missing): "machine.hive" and
   // "user.hive", or "users.hive" where one serves all users, each a hive file that can be put in the place of the one
   // it was copied from. A path that is no folder: exists.

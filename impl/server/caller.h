@@ -11,7 +11,6 @@ namespace impl::server {
 
 class Connection;
 class Core;
-struct Row;
 
 // What a call gives whose answer comes later; no Win32 code.
 inline constexpr DWORD answered_later = 0xffffffffu;
@@ -27,7 +26,7 @@ struct Caller {
   Session* session;  // null only in BeginSession
   Scratch& scratch;
   sd_bus_message* message;
-  const Row& row;
+  wire::Number* made;  // where a new handle is told, in case its key is not kept
 
   const Peer& peer() const { return session->peer; }
 };

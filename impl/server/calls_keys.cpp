@@ -36,6 +36,18 @@ DWORD check_may_create(Caller& caller, wire::Number handle, const hive::Key& at,
   return code == ERROR_SUCCESS && !allowed.writing ? ERROR_ACCESS_DENIED : code;
 }
 
+// Whether the peer may write the key at a path from a handle.
+DWORD check_may_write(Caller& caller, wire::Number handle, std::u16string_view path, hive::Key* out_at) {
+  hive::Key key;
+  Allowed allowed;
+  DWORD code = held_key(caller, handle, 0, out_at);
+  if (code != ERROR_SUCCESS) return code;
+  const hive::Status status = registry_of(caller).open(*out_at, path, &key);
+  if (status != hive::Status::ok) return code_of(status);
+  code = allowed_for(caller, key, &allowed);
+  return code == ERROR_SUCCESS && !allowed.writing ? ERROR_ACCESS_DENIED : code;
+}
+
 // The rights of a key that was just made are those that were asked for, whatever its mode says.
 DWORD make(Caller& caller, const hive::Key& at, wire::Create_Key::Question& question, wire::Create_Key::Answer* out) {
   const hive::Creation creation{.class_name = wire::text_of(question.class_name),
@@ -50,7 +62,7 @@ DWORD make(Caller& caller, const hive::Key& at, wire::Create_Key::Question& ques
   if (const DWORD code = identity_of(caller, key, &out->id); code != ERROR_SUCCESS) return code;
   if (!is_created) return hand_out(caller, std::move(key), question.access, &out->handle);
   out->created = 1;
-  out->handle = caller.session->keys.add(std::move(key), granted_access(question.access));
+  out->handle = *caller.made = caller.session->keys.add(std::move(key), granted_access(question.access));
   return ERROR_SUCCESS;
 }
 
@@ -117,16 +129,17 @@ DWORD perform(Caller& caller, wire::Close_Key::Question& question, wire::Close_K
 }
 
 DWORD perform(Caller& caller, wire::Delete_Key::Question& question, wire::Delete_Key::Answer*) {
-  hive::Key at, key;
-  Allowed allowed;
-  DWORD code = held_key(caller, question.key, 0, &at);
-  if (code != ERROR_SUCCESS) return code;
+  hive::Key at;
   const auto path = wire::text_of(question.path);
-  const hive::Status status = registry_of(caller).open(at, path, &key);
-  if (status != hive::Status::ok) return code_of(status);
-  code = allowed_for(caller, key, &allowed);
-  if (code != ERROR_SUCCESS) return code;
-  return allowed.writing ? code_of(registry_of(caller).remove(at, path)) : ERROR_ACCESS_DENIED;
+  const DWORD code = check_may_write(caller, question.key, path, &at);
+  return code == ERROR_SUCCESS ? code_of(registry_of(caller).remove(at, path)) : code;
+}
+
+DWORD perform(Caller& caller, wire::Rename_Key::Question& question, wire::Rename_Key::Answer*) {
+  hive::Key at;
+  const auto path = wire::text_of(question.path);
+  const DWORD code = check_may_write(caller, question.key, path, &at);
+  return code == ERROR_SUCCESS ? code_of(registry_of(caller).rename(at, path, wire::text_of(question.new_name))) : code;
 }
 
 }  // namespace impl::server

@@ -94,6 +94,16 @@ DWORD perform(Caller& caller, wire::Load_Key::Question& question, wire::Load_Key
       });
 }
 
+DWORD perform(Caller& caller, wire::Unload_Key::Question& question, wire::Unload_Key::Answer*) {
+  hive::Key at;
+  const DWORD code = held_key(caller, question.key, 0, &at);
+  if (code != ERROR_SUCCESS) return code;
+  if (!is_administrator(caller.peer())) return ERROR_ACCESS_DENIED;
+  return do_later<wire::Unload_Key::Answer>(
+      caller, [&registry = caller.core.registry(), at, path = std::u16string(wire::text_of(question.path))](
+                  wire::Unload_Key::Answer*, Scratch&) { return code_of(registry.unload(at, path)); });
+}
+
 DWORD perform(Caller& caller, wire::Backup::Question&, wire::Backup::Answer*) {
   if (!is_administrator(caller.peer())) return ERROR_ACCESS_DENIED;
   return do_later<wire::Backup::Answer>(caller, [&core = caller.core](wire::Backup::Answer* out, Scratch& scratch) {

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <utility>
 
+#include "impl/inproc/status_code.h"
 #include "impl/wire/names.h"
 
 namespace impl::server {
@@ -82,12 +83,13 @@ void Core::ask(Connection& connection, sd_bus_message* message, const Row& row) 
     return;
   }
   if (connection.has_write) commit();
-  const Reply reply = answer(connection, message, row);
+  wire::Number made = 0;
+  const Reply reply = answer(connection, message, row, &made);
   if (reply.message != nullptr) connection.send(reply);
 }
 
-Reply Core::answer(Connection& connection, sd_bus_message* message, const Row& row) {
-  Caller caller{*this, connection, connection.session(), scratch_, message, row};
+Reply Core::answer(Connection& connection, sd_bus_message* message, const Row& row, wire::Number* out_made) {
+  Caller caller{*this, connection, connection.session(), scratch_, message, out_made};
   Reply reply;
   const int result = row.answer_to(caller, message, &reply);
   scratch_.reset();
@@ -101,18 +103,53 @@ Reply Core::answer(Connection& connection, sd_bus_message* message, const Row& r
   return reply;
 }
 
+// What waits together is one transaction. When that cannot be kept nothing of it was done, and each is tried alone;
+// when it was kept in one hive and not in another, all are told so.
 void Core::commit() {
   if (writes_.empty()) return;
   std::vector<Write> writes;
   writes.swap(writes_);
-  for (Write& write : writes) write.reply = answer(*write.connection, write.message, *write.row);
+  DWORD code = ERROR_SUCCESS;
+  if (writes.size() == 1 || !write_together(writes, &code)) write_alone(writes);
+  if (code != ERROR_SUCCESS) refuse(writes, code);
   for (const Write& write : writes) {
     write.connection->has_write = false;
     if (write.reply.message != nullptr) write.connection->send(write.reply);
     sd_bus_message_unref(write.message);
   }
   writes.clear();
-  writes_.swap(writes);  // keeps the room
+  if (writes_.empty()) writes_.swap(writes);  // keeps the room
+}
+
+// False when nothing was done.
+bool Core::write_together(std::vector<Write>& writes, DWORD* out_code) {
+  if (registry_.begin_batch() != hive::Status::ok) return false;
+  for (Write& write : writes) write.reply = answer(*write.connection, write.message, *write.row, &write.made);
+  std::vector<hive::Batch_Result> results;
+  const hive::Status status = registry_.commit_batch(&results);
+  if (status == hive::Status::ok) return true;
+  take_back(writes);
+  for (const hive::Batch_Result& result : results) {
+    if (result.status == hive::Status::ok) *out_code = code_of(status);
+  }
+  return *out_code != ERROR_SUCCESS;
+}
+
+void Core::write_alone(std::vector<Write>& writes) {
+  for (Write& write : writes) write.reply = answer(*write.connection, write.message, *write.row, &write.made);
+}
+
+// What was answered is not so.
+void Core::take_back(std::vector<Write>& writes) {
+  for (Write& write : writes) {
+    sd_bus_message_unref(write.reply.message);
+    write.reply = {};
+    if (write.made != 0) write.connection->session()->keys.remove(std::exchange(write.made, 0));
+  }
+}
+
+void Core::refuse(std::vector<Write>& writes, DWORD code) {
+  for (Write& write : writes) write.row->refuse(write.message, code, &write.reply);
 }
 
 std::uint64_t Core::park(const Caller& caller) {

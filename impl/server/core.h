@@ -90,9 +90,14 @@ class Core {
     sd_bus_message* message;
     const Row* row;
     Reply reply{};
+    wire::Number made = 0;  // the handle that it made
   };
 
-  Reply answer(Connection& connection, sd_bus_message* message, const Row& row);
+  Reply answer(Connection& connection, sd_bus_message* message, const Row& row, wire::Number* out_made);
+  bool write_together(std::vector<Write>& writes, DWORD* out_code);
+  void write_alone(std::vector<Write>& writes);
+  void take_back(std::vector<Write>& writes);
+  void refuse(std::vector<Write>& writes, DWORD code);
   void sweep();
   void drop(Connection& connection);
   void end_session(Session& session);

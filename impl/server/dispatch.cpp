@@ -23,6 +23,8 @@ inline constexpr Kind kind_of<wire::Create_Key> = Kind::writes;
 template <>
 inline constexpr Kind kind_of<wire::Delete_Key> = Kind::writes;
 template <>
+inline constexpr Kind kind_of<wire::Rename_Key> = Kind::writes;
+template <>
 inline constexpr Kind kind_of<wire::Set_Value> = Kind::writes;
 template <>
 inline constexpr Kind kind_of<wire::Delete_Value> = Kind::writes;

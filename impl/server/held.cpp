@@ -61,7 +61,7 @@ DWORD hand_out(Caller& caller, hive::Key key, DWORD asked, wire::Number* out) {
   if (caller.session->keys.is_full()) return beyond_limit;
   if (const DWORD code = allowed_for(caller, key, &allowed); code != ERROR_SUCCESS) return code;
   if (!grant(allowed, asked, &granted)) return ERROR_ACCESS_DENIED;
-  *out = caller.session->keys.add(std::move(key), granted);
+  *out = *caller.made = caller.session->keys.add(std::move(key), granted);
   return ERROR_SUCCESS;
 }
 
