@@ -15,7 +15,7 @@ namespace impl::wire {
 int write_field(sd_bus_message* message, Number field);
 int write_field(sd_bus_message* message, Long_Number field);
 int write_field(sd_bus_message* message, Bytes field);
-int write_field(sd_bus_message* message, const Numbers& field);
+int write_field(sd_bus_message* message, Numbers& field);
 int write_field(sd_bus_message* message, Descriptor field);
 int write_field(sd_bus_message* message, Memory field);
 
