@@ -1,5 +1,6 @@
 // What a key shows and holds: its sub-keys and values by index, counts, values by name, rights.
 #include <algorithm>
+#include <cstring>
 
 #include "hive/cache/content.h"
 #include "hive/keys.h"
@@ -20,6 +21,12 @@ bool is_nothing(const Key& key) { return key->place == Place::nothing; }
 
 Status put_unit_text(std::u16string_view text, Text_Out& out) {
   return put_text(stored_form(text), out) ? Status::ok : Status::more_data;
+}
+
+void put_identity(const Hive_Identity& hive, std::int64_t number, Key_Identity* out) {
+  static_assert(sizeof *out == sizeof hive + sizeof number);
+  std::memcpy(out->data(), hive.data(), hive.size());
+  std::memcpy(out->data() + hive.size(), &number, sizeof number);
 }
 
 // The user's own hive stands behind the keys of the machine hive.
@@ -104,6 +111,19 @@ Status Registry::remove_value(const Key& key, std::u16string_view name) {
   if (is_nothing(key)) return Status::not_found;
   return parts_->write(
       key, [&](Connection& connection, std::int64_t number) { return hive::remove_value(connection, number, name); });
+}
+
+Status Registry::identity(const Key& key, Key_Identity* out) {
+  out->fill(0);
+  if (is_nothing(key)) return Status::ok;
+  if (key->place == Place::key && key->identity != Hive_Identity{}) {
+    put_identity(key->identity, key->number, out);
+    return Status::ok;
+  }
+  return parts_->read(key, [&](Connection& connection, std::int64_t number) {
+    put_identity(connection.identity, number, out);
+    return Status::ok;
+  });
 }
 
 Status Registry::rights(const Key& key, Key_Rights* out_rights) {
