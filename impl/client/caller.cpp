@@ -68,9 +68,7 @@ std::optional<std::vector<gid_t>> groups_of(uid_t user) {
 }
 
 // The system's own calls change the thread; those of the C library would change every thread.
-bool set_groups(const std::vector<gid_t>& groups) {
-  return syscall(SYS_setgroups, groups.size(), groups.data()) == 0;
-}
+bool set_groups(const std::vector<gid_t>& groups) { return syscall(SYS_setgroups, groups.size(), groups.data()) == 0; }
 
 constexpr gid_t same_group = static_cast<gid_t>(-1);
 constexpr uid_t same_user = static_cast<uid_t>(-1);

@@ -71,7 +71,8 @@ DWORD Carrier::find_route(const Subject& subject, Route* out) {
   }
   // The key stays where it is open; the session of a process that has other rights now has ended by then.
   wire::Number number = 0;
-  const DWORD code = is_elsewhere ? reopen(*subject.key, out->lease(), &number) : bind(*subject.key, out->lease(), &number);
+  const DWORD code =
+      is_elsewhere ? reopen(*subject.key, out->lease(), &number) : bind(*subject.key, out->lease(), &number);
   if (code != ERROR_SUCCESS) return code;
   if (is_elsewhere) {
     out->set_temporary(number);
@@ -169,9 +170,8 @@ DWORD Carrier::ask_once(Exchange& exchange, const Subject& subject, std::shared_
     route.let_others_pass();
   }
   const Settings& settings = sessions_.settings();
-  const Reply reply = own != nullptr
-                          ? own->ask(exchange, route.number(), settings.long_answer, &code)
-                          : route.lease().connection().ask(exchange, route.number(), settings.answer, &code);
+  const Reply reply = own != nullptr ? own->ask(exchange, route.number(), settings.long_answer, &code)
+                                     : route.lease().connection().ask(exchange, route.number(), settings.answer, &code);
   if (reply != Reply::answered) {
     exchange.was_asked_before |= reply == Reply::lost;
     const DWORD failure = code_of(reply, *session);

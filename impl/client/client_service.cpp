@@ -34,8 +34,7 @@ std::u16string units_of(std::wstring_view text) {
 
 bool fits_message(std::u16string_view text) { return text.size() <= longest_text; }
 
-Client_Service::Client_Service(const Settings& settings)
-    : carrier_(settings), watches_(carrier_), notices_(carrier_) {}
+Client_Service::Client_Service(const Settings& settings) : carrier_(settings), watches_(carrier_), notices_(carrier_) {}
 
 DWORD Client_Service::user_domain(std::wstring_view user, std::wstring* out_domain) {
   const std::u16string name = units_of(user);

@@ -44,9 +44,7 @@ class Client_Service final : public Registry_Service {
   DWORD user_number(const wchar_t* user, DWORD* out_number) override;
   DWORD policy(int information_class, void** out_record) override;
   bool request_notification(int pid, int kind, bool on) override { return notices_.request(pid, kind, on); }
-  bool report_notification(int kind, const char* data, int size) override {
-    return notices_.report(kind, data, size);
-  }
+  bool report_notification(int kind, const char* data, int size) override { return notices_.report(kind, data, size); }
   bool report_notification_always(int kind, bool on) override { return notices_.report_always(kind, on); }
   void end_notifications() override { notices_.end(); }
   DWORD shut_down() override;

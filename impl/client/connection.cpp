@@ -131,8 +131,8 @@ bool Connection::is_good() const { return process_ == process_number() && socket
 
 Message Connection::question(Exchange& exchange, wire::Number key) {
   sd_bus_message* made = nullptr;
-  const int result = sd_bus_message_new_method_call(bus_, &made, nullptr, wire::object_path, wire::interface_name,
-                                                    exchange.member());
+  const int result =
+      sd_bus_message_new_method_call(bus_, &made, nullptr, wire::object_path, wire::interface_name, exchange.member());
   Message message(made);
   return result >= 0 && exchange.write(made, key) >= 0 ? std::move(message) : nullptr;
 }

@@ -38,7 +38,8 @@ std::string core_data_folder() {
                             ? std::getenv("HOME") != nullptr || std::getenv("KVCORE_PRIVATE_DATA") != nullptr
                             : access(machine_settings, R_OK) == 0;
   if (!is_named) return "";
-  std::vector<char> folder(room_beside_variables + length_of_variable("HOME") + length_of_variable("KVCORE_PRIVATE_DATA"));
+  std::vector<char> folder(room_beside_variables + length_of_variable("HOME") +
+                           length_of_variable("KVCORE_PRIVATE_DATA"));
   return KvICalculateProfessionalModeCoreDataDirectory(folder.data()) == 1 ? std::string(folder.data()) : "";
 }
 

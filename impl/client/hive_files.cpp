@@ -111,8 +111,7 @@ DWORD read_hive_file(const std::string& file, Unique_Fd* out) {
   if (!S_ISREG(found.st_mode)) return ERROR_NOT_REGISTRY_FILE;
   if (has_log(file)) return ERROR_BUSY;
   Unique_Fd memory(memfd_create("registry-hive", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  const bool is_copied =
-      memory && copy(source.get(), memory.get()) && fcntl(memory.get(), F_ADD_SEALS, all_seals) == 0;
+  const bool is_copied = memory && copy(source.get(), memory.get()) && fcntl(memory.get(), F_ADD_SEALS, all_seals) == 0;
   if (!is_copied) return code_of_errno(errno);
   *out = std::move(memory);
   return ERROR_SUCCESS;

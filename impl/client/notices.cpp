@@ -137,9 +137,7 @@ void Notices::deliver(Notice& notice) {
 bool Notices::receive_in(const std::shared_ptr<Session>& session, int process) {
   std::unique_ptr<Connection> connection;
   if (carrier_.sessions().take_own(session, &connection) != ERROR_SUCCESS) return false;
-  const auto goes_on = [&] {
-    return process == process_number() && is_same_process(session->caller) && has_wishes();
-  };
+  const auto goes_on = [&] { return process == process_number() && is_same_process(session->caller) && has_wishes(); };
   while (goes_on()) {
     Notice notice;
     auto question = exchange<wire::Await_Notification>({}, [&](const auto& answer) -> DWORD {

@@ -1,7 +1,7 @@
 // Notifications between processes by way of the server.
 //
-// A process that asks has a thread that waits for what comes; it ends when nothing is asked for any more. What was asked
-// for is asked again of a server that was started anew.
+// A process that asks has a thread that waits for what comes; it ends when nothing is asked for any more. What was
+// asked for is asked again of a server that was started anew.
 #pragma once
 
 #include <atomic>

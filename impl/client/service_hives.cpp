@@ -11,8 +11,8 @@ namespace {
 // A file's name in a backup, which is no path; "" for any other.
 std::string file_name(wire::Bytes bytes) {
   const std::string name(bytes.begin(), bytes.end());
-  const bool is_plain = !name.empty() && name.front() != '.' && name.find('/') == name.npos &&
-                        name.find('\0') == name.npos;
+  const bool is_plain =
+      !name.empty() && name.front() != '.' && name.find('/') == name.npos && name.find('\0') == name.npos;
   return is_plain ? name : "";
 }
 

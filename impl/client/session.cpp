@@ -217,8 +217,8 @@ DWORD Sessions::try_once(Session& session, Deadline deadline, std::unique_ptr<Co
 
 // The first connection begins the session; others join it.
 DWORD Sessions::begin(Session& session, Connection& connection, Deadline deadline, std::string* out_trouble) {
-  wire::Begin_Session::Question question{wire::protocol_version, {}, static_cast<wire::Number>(getpid()),
-                                         bytes_of_program(),     bytes_of_host()};
+  wire::Begin_Session::Question question{
+      wire::protocol_version, {}, static_cast<wire::Number>(getpid()), bytes_of_program(), bytes_of_host()};
   bool joins = false;
   {
     const std::lock_guard lock(client_mutex());

@@ -70,8 +70,8 @@ class Sessions {
   bool is_usable(const Session& session);
 
   // One of the session's connections, at most four, waiting for it and for the server until the deadline. Answers a
-  // code: ERROR_SUCCESS; session_is_gone when the session has ended; ERROR_ACCESS_DENIED; RPC_S_SERVER_UNAVAILABLE, which
-  // has been complained of.
+  // code: ERROR_SUCCESS; session_is_gone when the session has ended; ERROR_ACCESS_DENIED; RPC_S_SERVER_UNAVAILABLE,
+  // which has been complained of.
   DWORD take(const std::shared_ptr<Session>& session, Lease* out);
   // One more for a call that takes long, in a session that has begun; as above, and it is the caller's alone.
   DWORD take_own(const std::shared_ptr<Session>& session, std::unique_ptr<Connection>* out);

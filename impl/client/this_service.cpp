@@ -1,5 +1,5 @@
-// The service of a process that is a client: made once and never destroyed, because threads may use it while the process
-// ends. Making it touches no file and looks for no server.
+// The service of a process that is a client: made once and never destroyed, because threads may use it while the
+// process ends. Making it touches no file and looks for no server.
 #include <kelvane/process.h>
 #include <winbase.h>
 
@@ -15,7 +15,7 @@ void complain(const std::string& line) { KvConsoleMessage("kelvane registry: %s\
 void start_server() {
   const HMODULE library = LoadLibraryA("advapi32server.dll");
   if (library == nullptr) return;
-  const auto ensure = reinterpret_cast<void (*)()>(GetProcAddress(library, "KvIOnLoadDll"));
+  const auto ensure = reinterpret_cast<void (*)()>(reinterpret_cast<void*>(GetProcAddress(library, "KvIOnLoadDll")));
   if (ensure != nullptr) ensure();
 }
 

@@ -1,7 +1,8 @@
 // Watches of keys: questions that the server answers only when something changes.
 //
-// They are asked over connections of their own, by one thread that waits for all of them and ends with the last. A watch
-// whose connection breaks is told, because a change may have been missed. A forked child has none of its parent's.
+// They are asked over connections of their own, by one thread that waits for all of them and ends with the last. A
+// watch whose connection breaks is told, because a change may have been missed. A forked child has none of its
+// parent's.
 #pragma once
 
 #include <condition_variable>

@@ -1,5 +1,7 @@
 #include "impl/inproc/root_keys.h"
 
+#include <winnt.h>
+
 #include <utility>
 
 namespace impl {
