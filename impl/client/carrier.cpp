@@ -39,9 +39,10 @@ class Carrier::Route {
 
 // The session in which the key is open, as long as it lasts; else the one of the thread's user.
 std::shared_ptr<Session> Carrier::session_for(const Subject& subject) {
+  if (subject.key == nullptr && !subject.by_process) return sessions_.of_thread();
   if (subject.key == nullptr) {
     Caller caller = this_caller();
-    if (subject.by_process) caller.acts_for.reset();
+    caller.acts_for.reset();
     return sessions_.of(caller);
   }
   std::shared_ptr<Session> its;

@@ -90,17 +90,32 @@ void Sessions::after_fork() {
   sessions_.clear();
 }
 
-std::shared_ptr<Session> Sessions::of(const Caller& caller) {
-  Connections closed;  // without the lock
-  std::lock_guard lock(client_mutex());
+template <class Is_Of>
+std::shared_ptr<Session> Sessions::find(Is_Of is_of, Connections& out_closed) {
   std::shared_ptr<Session> found;
   for (const std::shared_ptr<Session>& each : sessions_) {
-    if (!is_same_process(each->caller)) end_locked(*each, closed);
-    if (!each->has_ended && each->caller == caller) found = each;
+    if (!is_same_process(each->caller)) end_locked(*each, out_closed);
+    if (!each->has_ended && is_of(each->caller)) found = each;
   }
   std::erase_if(sessions_, [](const std::shared_ptr<Session>& each) { return each->has_ended; });
+  return found;
+}
+
+std::shared_ptr<Session> Sessions::of(const Caller& caller) {
+  Connections closed;  // without the lock
+  const std::lock_guard lock(client_mutex());
+  std::shared_ptr<Session> found = find([&](const Caller& its) { return its == caller; }, closed);
   if (found == nullptr) found = sessions_.emplace_back(std::make_shared<Session>(caller));
   return found;
+}
+
+std::shared_ptr<Session> Sessions::of_thread() {
+  {
+    Connections closed;  // without the lock
+    const std::lock_guard lock(client_mutex());
+    if (std::shared_ptr<Session> found = find(is_same_thread_user, closed)) return found;
+  }
+  return of(this_caller());
 }
 
 bool Sessions::is_usable(const Session& session) {

@@ -65,6 +65,8 @@ class Sessions {
 
   // The session of a caller, begun or not. Those of a former process or of former rights end.
   std::shared_ptr<Session> of(const Caller& caller);
+  // The same for the calling thread; a session that there is costs no allocation.
+  std::shared_ptr<Session> of_thread();
 
   // Whether calls may still go through it: it has not ended, and the process is who it was.
   bool is_usable(const Session& session);
@@ -87,6 +89,9 @@ class Sessions {
 
   static constexpr unsigned max_connections = 4;
 
+  // With the client's lock; null when there is none of which is_of says yes.
+  template <class Is_Of>
+  std::shared_ptr<Session> find(Is_Of is_of, std::vector<std::unique_ptr<Connection>>& out_closed);
   void give_back(const std::shared_ptr<Session>& session, std::unique_ptr<Connection> connection);
   DWORD make(const std::shared_ptr<Session>& session, std::unique_ptr<Connection>* out);
   DWORD try_once(Session& session, Deadline deadline, std::unique_ptr<Connection>* out, std::string* out_trouble,
