@@ -39,6 +39,10 @@ class Locations {
   virtual std::string user_hive() = 0;   // the live hive of HKEY_CURRENT_USER, in the core data directory
   virtual std::string user_image() = 0;  // the per-user file that images are made for
   virtual mode_t machine_mask() = 0;     // file-creation mask of the machine hive's files
+  // Whether one hive serves all users of the machine: each has a key in it, named by his SID, and HKEY_USERS shows
+  // these. Always the same answer, without a question to anybody; and then where it lies.
+  virtual bool serves_all_users() { return false; }
+  virtual std::string users_hive() { return {}; }
 };
 
 // One line about a hive that cannot be used, without newline: the file and the reason.
@@ -92,6 +96,13 @@ struct Key_Rights {
   std::uint32_t group;
 };
 
+// How a batch ended in one hive: not_tried when an earlier one had failed.
+struct Batch_Result {
+  Root root;         // machine, current_user, or users for the hive of all users
+  std::string file;  // empty: private to the process
+  Status status;
+};
+
 // Operations are virtual so that a library which has no store of its own may use that of another one in the process.
 class Registry {
  public:
@@ -102,6 +113,9 @@ class Registry {
   Registry& operator=(const Registry&) = delete;
 
   virtual Status open_root(Root root, Key* out_key);
+  // The key of a user: where one hive serves all users, that of the user in it, made at its first use, the user's
+  // alone; else HKEY_CURRENT_USER, for this process's user only (denied).
+  virtual Status open_user(uid_t user, Key* out_key);
   // Which key it is, among those of every hive and every time.
   virtual Status identity(const Key& key, Key_Identity* out);
   virtual Status open(const Key& at, std::u16string_view path, Key* out_key);
@@ -150,13 +164,22 @@ class Registry {
   virtual Status check(const Key& key, std::vector<Found_Fault>* out);
   virtual Status check_file(const std::string& file, std::vector<Found_Fault>* out);
   // Every hive that is open or stands, consistent, into a folder (made when missing): "machine.hive" and
-  // "user.hive", each a hive file that can be put in the place of the one it was copied from. A path that is
-  // no folder: exists.
+  // "user.hive", or "users.hive" where one serves all users, each a hive file that can be put in the place of the one
+  // it was copied from. A path that is no folder: exists.
   virtual Status backup(const std::string& path);
   // The image of HKEY_CURRENT_USER; see hive/image/.
   virtual Status user_image(std::vector<unsigned char>* out_image);
+  // That of any user's key, as open_user finds it.
+  virtual Status image_of_user(uid_t user, std::vector<unsigned char>* out_image);
   // The same for the end of the process: empty when the per-user file already carries it.
   virtual Status closing_user_image(std::vector<unsigned char>* out_image);
+  // The calling thread's batch: all that it changes in between is one transaction of each hive touched; see batch.h.
+  // in_batch, of begin_batch and of what cannot be done in a batch: watching and images. commit_batch tells each hive
+  // that was touched; no_batch, batch_lost, or the status of the first that failed.
+  virtual Status begin_batch();
+  virtual Status commit_batch(std::vector<Batch_Result>* out);
+  virtual Status abandon_batch();
+
   // The process ends as it should: the next one to open its hives need not look them through.
   virtual void note_orderly_end();
 

@@ -58,7 +58,10 @@ Status Registry::load(const Key& at, std::u16string_view path, const std::string
   return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
     std::int64_t known = 0;
     if (is_users && find_key(connection, key, first, &known) == Status::not_found) return Status::denied;
-    return load_tree(connection, key, start.path, source);
+    Savepoint savepoint(connection);
+    const Status loaded = load_tree(connection, key, start.path, source);
+    if (loaded == Status::ok) savepoint.keep();
+    return loaded;
   });
 }
 
@@ -79,7 +82,8 @@ Status Registry::check_file(const std::string& file, std::vector<Found_Fault>* o
 }
 
 void Registry::note_orderly_end() {
-  for (const std::shared_ptr<Hive>& hive : {parts_->hives.machine_if_used(), parts_->hives.user_if_used()}) {
+  for (const std::shared_ptr<Hive>& hive :
+       {parts_->hives.machine_if_used(), parts_->hives.user_if_used(), parts_->hives.users_if_used()}) {
     if (hive != nullptr) hive->note_orderly_end();
   }
 }
@@ -89,6 +93,9 @@ Status Registry::backup(const std::string& path) {
   std::shared_ptr<Hive> machine = parts_->hives.machine();
   if (status == Status::ok && machine == nullptr) status = Status::io_failed;
   if (status == Status::ok) status = back_up(*machine, path, machine_backup_name);
+  if (status == Status::ok && parts_->hives.users() != nullptr) {
+    return back_up(*parts_->hives.users(), path, users_backup_name);
+  }
   std::shared_ptr<Hive> user = parts_->hives.user();
   bool stands = user != nullptr && (user->is_private() || access(user->path().c_str(), F_OK) == 0);
   if (status == Status::ok && stands) status = back_up(*user, path, user_backup_name);

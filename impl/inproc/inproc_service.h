@@ -40,6 +40,9 @@ class Inproc_Service final : public Registry_Service {
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
+  DWORD begin_batch() override;
+  DWORD commit_batch(std::vector<Batch_Hive>* out_hives) override;
+  DWORD abandon_batch() override;
   DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override;
   DWORD user_number(const wchar_t* user, DWORD* out_number) override;
   DWORD policy(int information_class, void** out_record) override;
@@ -51,6 +54,9 @@ class Inproc_Service final : public Registry_Service {
   void end_notifications() override { notifications_.end(); }
   DWORD shut_down() override;
   DWORD list_connected(RegistryConnection* list, DWORD* count) override;
+
+  // The store, for who serves it to others.
+  hive::Registry& registry() { return registry_; }
 
  private:
   // Calls operation(key, access), which gives a Status, with what a handle stands for, and answers its code:
@@ -93,5 +99,7 @@ DWORD Inproc_Service::read_key(HKEY handle, DWORD right, Operation operation) {
   if ((glance.access() & right) != right) return ERROR_ACCESS_DENIED;
   return code_of(operation(glance.section(), glance.key()));
 }
+
+Inproc_Service& inproc_service();
 
 }  // namespace impl

@@ -40,10 +40,10 @@ DWORD perform(Caller& caller, wire::User_Domain::Question& question, wire::User_
 }
 
 DWORD perform(Caller& caller, wire::User_Number::Question& question, wire::User_Number::Answer*) {
-  return do_later<wire::User_Number::Answer>(
-      caller, [user = wide(question.user)](wire::User_Number::Answer* out, Scratch&) {
-        return number_of_local_user(user, &out->user);
-      });
+  return do_later<wire::User_Number::Answer>(caller,
+                                             [user = wide(question.user)](wire::User_Number::Answer* out, Scratch&) {
+                                               return number_of_local_user(user, &out->user);
+                                             });
 }
 
 // Both classes that are told begin with the name and the SID of a domain.

@@ -37,8 +37,8 @@ wire::Bytes kept(Caller& caller, const hive::Text_Out& text) {
 }
 
 // The data of a value comes with it when the asker has room for it and a message does.
-hive::Status read_value(Caller& caller, const hive::Key& key, wire::Number index, std::size_t room, hive::Text_Out& name,
-                        hive::Value_Out* out) {
+hive::Status read_value(Caller& caller, const hive::Key& key, wire::Number index, std::size_t room,
+                        hive::Text_Out& name, hive::Value_Out* out) {
   hive::Status status = hive::Status::more_data;
   std::size_t size = std::min(room, likely_size);
   for (int attempt = 0; attempt < 2 && status == hive::Status::more_data; ++attempt) {

@@ -63,17 +63,17 @@ DWORD perform(Caller& caller, wire::Save_Key::Question& question, wire::Save_Key
   if (code != ERROR_SUCCESS) return code;
   const hive::Status status = caller.core.registry().open(held, {}, &key);
   if (status != hive::Status::ok) return code_of(status);
-  return do_later<wire::Save_Key::Answer>(caller, [&core = caller.core, key, peer = caller.peer()](
-                                                      wire::Save_Key::Answer* out, Scratch& scratch) {
-    hive::Status status = peer.is_root() ? hive::Status::ok : check_may_read(core.registry(), peer, key);
-    if (status != hive::Status::ok) return code_of(status);
-    const Passing_Folder folder(core.settings().data_folder);
-    if (!folder.is_made()) return code_of_errno(errno);
-    status = core.registry().save(key, folder.file(hive_name));
-    if (status != hive::Status::ok) return code_of(status);
-    out->hive.fd = scratch.keep(folder.take(hive_name));
-    return out->hive.fd < 0 ? code_of_errno(errno) : DWORD{ERROR_SUCCESS};
-  });
+  return do_later<wire::Save_Key::Answer>(
+      caller, [&core = caller.core, key, peer = caller.peer()](wire::Save_Key::Answer* out, Scratch& scratch) {
+        hive::Status status = peer.is_root() ? hive::Status::ok : check_may_read(core.registry(), peer, key);
+        if (status != hive::Status::ok) return code_of(status);
+        const Passing_Folder folder(core.settings().data_folder);
+        if (!folder.is_made()) return code_of_errno(errno);
+        status = core.registry().save(key, folder.file(hive_name));
+        if (status != hive::Status::ok) return code_of(status);
+        out->hive.fd = scratch.keep(folder.take(hive_name));
+        return out->hive.fd < 0 ? code_of_errno(errno) : DWORD{ERROR_SUCCESS};
+      });
 }
 
 // A hive brings modes and owners of its own, so not everybody may bring one.
@@ -111,15 +111,14 @@ DWORD perform(Caller& caller, wire::Backup::Question&, wire::Backup::Answer*) {
 }
 
 DWORD perform(Caller& caller, wire::User_Image::Question&, wire::User_Image::Answer*) {
-  return do_later<wire::User_Image::Answer>(
-      caller, [&registry = caller.core.registry(), user = caller.peer().user](wire::User_Image::Answer* out,
-                                                                            Scratch& scratch) {
-        std::vector<unsigned char> image;
-        const hive::Status status = registry.image_of_user(user, &image);
-        if (status != hive::Status::ok) return code_of(status);
-        out->image.fd = scratch.keep(wire::seal(image));
-        return out->image.fd < 0 ? code_of_errno(errno) : DWORD{ERROR_SUCCESS};
-      });
+  return do_later<wire::User_Image::Answer>(caller, [&registry = caller.core.registry(), user = caller.peer().user](
+                                                        wire::User_Image::Answer* out, Scratch& scratch) {
+    std::vector<unsigned char> image;
+    const hive::Status status = registry.image_of_user(user, &image);
+    if (status != hive::Status::ok) return code_of(status);
+    out->image.fd = scratch.keep(wire::seal(image));
+    return out->image.fd < 0 ? code_of_errno(errno) : DWORD{ERROR_SUCCESS};
+  });
 }
 
 }  // namespace impl::server

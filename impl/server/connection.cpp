@@ -1,9 +1,11 @@
 #include "impl/server/connection.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "impl/server/core.h"
@@ -11,6 +13,8 @@
 
 namespace impl::server {
 namespace {
+
+static_assert(EPOLLIN == POLLIN && EPOLLOUT == POLLOUT);
 
 constexpr int most_messages_at_once = 32;
 constexpr std::size_t most_unsent = 16 << 20;  // bytes, about
@@ -37,10 +41,11 @@ bool Connection::start(const sd_id128_t& server) {
   if (sd_bus_new(&bus_) < 0) return false;
   if (sd_bus_set_fd(bus_, fd_, fd_) < 0) return false;
   socket_.release();
+  framing_.look(fd_, true);  // starting reads already
   const bool ready = sd_bus_set_server(bus_, 1, server) >= 0 && sd_bus_negotiate_fds(bus_, 1) >= 0 &&
                      sd_bus_add_filter(bus_, nullptr, &on_message, this) >= 0 && sd_bus_start(bus_) >= 0;
   if (!ready) return false;
-  watched_ = EPOLLIN;
+  watched_ = EPOLLIN | EPOLLOUT;  // what starting has read may want an answer
   core_.watch(*this, watched_, true);
   return !ended_;
 }
@@ -67,11 +72,13 @@ void Connection::serve() {
 // While answers wait nothing is asked for, and what the library reads beside writing them is bounded by that.
 bool Connection::may_read() {
   if (unsent_ > 0) return true;
-  const Framing::Look look = framing_.look(fd_, sd_bus_is_ready(bus_) <= 0);
+  const Framing::Look look = framing_.look(fd_, is_greeting());
   if (look == Framing::Look::too_long) end();
   lacks_bytes_ = look == Framing::Look::more;
   return look == Framing::Look::read;
 }
+
+bool Connection::is_greeting() const { return sd_bus_is_ready(bus_) <= 0; }
 
 int Connection::step() {
   const bool was_unsent = unsent_ > 0;
@@ -87,14 +94,23 @@ void Connection::watch_socket() {
   std::uint64_t unsent = 0;
   if (unsent_ > 0 && (sd_bus_get_n_queued_write(bus_, &unsent) < 0 || unsent == 0)) unsent_ = 0;
   if (unsent_ > most_unsent) return end();
-  const std::uint32_t wanted = unsent_ > 0 ? EPOLLOUT : lacks_bytes_ ? EPOLLIN | EPOLLET : EPOLLIN;
+  const std::uint32_t wanted = is_greeting()  ? static_cast<std::uint32_t>(sd_bus_get_events(bus_))
+                               : unsent_ > 0  ? EPOLLOUT
+                               : lacks_bytes_ ? EPOLLIN | EPOLLET
+                                              : EPOLLIN;
   if (wanted == watched_ || ended_) return;
   watched_ = wanted;
   core_.watch(*this, wanted, false);
 }
 
 int Connection::on_message(sd_bus_message* message, void* connection, sd_bus_error*) {
-  return static_cast<Connection*>(connection)->take(message);
+  auto& self = *static_cast<Connection*>(connection);
+  try {
+    return self.take(message);
+  } catch (const std::bad_alloc&) {
+    self.end();
+    return 1;
+  }
 }
 
 // 1: it is dealt with; 0: the library answers that there is no such thing.

@@ -58,6 +58,7 @@ class Connection {
   static int on_message(sd_bus_message* message, void* connection, sd_bus_error* error);
 
   int take(sd_bus_message* message);
+  bool is_greeting() const;
   bool may_read();
   int step();
   void note_sent(std::size_t size);

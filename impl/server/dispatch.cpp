@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "impl/server/perform.h"
@@ -57,24 +58,30 @@ int refuse(sd_bus_message* message, DWORD code, Reply* out) {
   return make_reply(message, answer, out);
 }
 
+template <class Call>
+constexpr Row row_for() {
+  return {Call::member,
+          question_signature<typename Call::Question>.units,
+          wire::fields_signature<typename Call::Answer>.units,
+          kind_of<Call>,
+          &answer_to<Call>,
+          &refuse<Call>};
+}
+
 #define KV_FIELD(type, name)
-#define KV_CALL(call, member, question, answer)          \
-  Row{wire::call::member,                                \
-      question_signature<wire::call::Question>.units,    \
-      wire::fields_signature<wire::call::Answer>.units,  \
-      kind_of<wire::call>,                               \
-      &answer_to<wire::call>,                            \
-      &refuse<wire::call>},
-const std::array table = {
+#define KV_CALL(call, its_member, question, answer) row_for<wire::call>(),
+const Row table[] = {
 #include "impl/wire/calls.def"
 };
+constexpr std::size_t row_count = std::size(table);
 
 bool is_before(const Row* row, const char* member) { return std::strcmp(row->member, member) < 0; }
 
-std::array<const Row*, table.size()> sorted_rows() {
-  std::array<const Row*, table.size()> sorted;
-  for (std::size_t i = 0; i < table.size(); ++i) sorted[i] = &table[i];
-  std::sort(sorted.begin(), sorted.end(), [](const Row* left, const Row* right) { return is_before(left, right->member); });
+std::array<const Row*, row_count> sorted_rows() {
+  std::array<const Row*, row_count> sorted;
+  for (std::size_t i = 0; i < row_count; ++i) sorted[i] = &table[i];
+  std::sort(sorted.begin(), sorted.end(),
+            [](const Row* left, const Row* right) { return is_before(left, right->member); });
   return sorted;
 }
 
@@ -86,6 +93,6 @@ const Row* row_of(const char* member) {
   return found != sorted.end() && std::strcmp((*found)->member, member) == 0 ? *found : nullptr;
 }
 
-Rows rows() { return {table.data(), table.data() + table.size()}; }
+Rows rows() { return {table, table + row_count}; }
 
 }  // namespace impl::server

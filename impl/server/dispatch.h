@@ -19,8 +19,8 @@ struct Row {
   const char* question;  // signatures
   const char* answer;
   Kind kind;
-  // Reads the question, performs it and makes the reply, whose message stays null when it is answered later. A negative errno:
-  // the question cannot be read, or -ENOBUFS: beyond a limit, or -EPROTONOSUPPORT.
+  // Reads the question, performs it and makes the reply, whose message stays null when it is answered later. A negative
+  // errno: the question cannot be read, or -ENOBUFS: beyond a limit, or -EPROTONOSUPPORT.
   int (*answer_to)(Caller& caller, sd_bus_message* question, Reply* out);
   // The reply with only a code.
   int (*refuse)(sd_bus_message* question, DWORD code, Reply* out);

@@ -51,7 +51,7 @@ Framing::Look Framing::look(int socket, bool is_greeting) {
 Framing::Look Framing::look_at_greeting(int socket) {
   char bytes[most_of_greeting];
   const ssize_t size = recv(socket, bytes, sizeof bytes, MSG_PEEK | MSG_DONTWAIT);
-  if (size < 0) return errno == EAGAIN ? Look::wait : Look::read;
+  if (size < 0) return Look::read;  // there may be something to be written
   const std::string_view seen(bytes, static_cast<std::size_t>(size));
   const std::size_t end = seen.rfind(end_of_greeting);
   knows_boundaries_ = end == seen.npos || end + end_of_greeting.size() == seen.size();

@@ -30,8 +30,7 @@ wire::Unique_Fd Passing_Folder::take(const std::string& name) const {
 }
 
 int Passing_Folder::put(const std::string& name, wire::Bytes bytes) const {
-  const wire::Unique_Fd made(
-      open(file(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, owner_reads_and_writes));
+  const wire::Unique_Fd made(open(file(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, owner_reads_and_writes));
   if (!made) return errno;
   while (!bytes.empty()) {
     const ssize_t written = write(made.get(), bytes.data(), bytes.size());

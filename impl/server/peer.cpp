@@ -38,7 +38,8 @@ bool Peer::is_equal_of(const Peer& other) const {
 bool peer_of(int socket, Peer* out) {
   ucred told{};
   socklen_t size = sizeof told;
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &told, &size) != 0 || told.uid == static_cast<uid_t>(-1)) return false;
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &told, &size) != 0 || told.uid == static_cast<uid_t>(-1))
+    return false;
   out->user = told.uid;
   out->group = told.gid;
   out->process = told.pid;

@@ -35,9 +35,9 @@ struct Session {
 
   Key_Table keys;
   std::array<hive::Key, static_cast<std::size_t>(hive::Root::performance) + 1> roots;  // each from its first use on
-  std::size_t watches = 0;  // that the store has, also those whose connection went
-  std::deque<Notice> notices;            // none while a call waits for them
-  std::deque<std::uint64_t> waiting;     // calls of AwaitNotification, also those whose connection went
+  std::size_t watches = 0;                  // that the store has, also those whose connection went
+  std::deque<Notice> notices;               // none while a call waits for them
+  std::deque<std::uint64_t> waiting;        // calls of AwaitNotification, also those whose connection went
   std::array<bool, notice_kinds> always{};  // of these kinds it reports to whoever asks
 };
 
