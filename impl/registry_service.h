@@ -7,9 +7,11 @@
 
 #include <kelvane/registry_table.h>
 #include <windef.h>
+#include <winerror.h>
 #include <winnt.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,6 +73,29 @@ struct Rights_Facts {
   DWORD group = 0;
 };
 
+// How a batch ended in one hive: root is HKEY_LOCAL_MACHINE or HKEY_CURRENT_USER, file its path or empty.
+struct Batch_Hive {
+  HKEY root = nullptr;
+  std::string file;
+  DWORD code = 0;
+};
+
+// A fault of a hive, as kelvane/optional.h tells it.
+struct Hive_Fault {
+  int kind = 0;                         // a KvFaultKind
+  std::optional<std::u16string> key;    // path from the hive's root
+  std::optional<std::u16string> value;  // name
+  std::string text;
+};
+
+struct Hive_Report {
+  std::uint64_t keys = 0;
+  std::uint64_t volatile_keys = 0;
+  std::uint64_t values = 0;
+  std::uint64_t data_size = 0;
+  std::vector<Hive_Fault> faults;
+};
+
 class Registry_Service {
  public:
   // Keys. An empty path is the key itself.
@@ -111,6 +136,24 @@ class Registry_Service {
   virtual DWORD user_image(std::vector<BYTE>* out_image) = 0;
   // Empty when there is nothing to write at the end of the process.
   virtual DWORD closing_user_image(std::vector<BYTE>* out_image) = 0;
+
+  // What not every service can do; the rules are those of kelvane/optional.h. Outputs are written whatever the answer.
+  virtual DWORD begin_batch() { return ERROR_CALL_NOT_IMPLEMENTED; }
+  virtual DWORD commit_batch([[maybe_unused]] std::vector<Batch_Hive>* out_hives) { return ERROR_CALL_NOT_IMPLEMENTED; }
+  virtual DWORD abandon_batch() { return ERROR_CALL_NOT_IMPLEMENTED; }
+  virtual DWORD unload_key([[maybe_unused]] HKEY key, [[maybe_unused]] std::u16string_view path) {
+    return ERROR_CALL_NOT_IMPLEMENTED;
+  }
+  virtual DWORD rename_key([[maybe_unused]] HKEY key, [[maybe_unused]] std::u16string_view path,
+                           [[maybe_unused]] std::u16string_view new_name) {
+    return ERROR_CALL_NOT_IMPLEMENTED;
+  }
+  virtual DWORD check_key([[maybe_unused]] HKEY key, [[maybe_unused]] Hive_Report* out_report) {
+    return ERROR_CALL_NOT_IMPLEMENTED;
+  }
+  virtual DWORD check_file([[maybe_unused]] const char* file, [[maybe_unused]] Hive_Report* out_report) {
+    return ERROR_CALL_NOT_IMPLEMENTED;
+  }
 
   // The domain of a user by his login name; ERROR_NO_SUCH_USER for one that the registry's host does not have.
   virtual DWORD user_domain(std::wstring_view user, std::wstring* out_domain) = 0;
