@@ -59,7 +59,7 @@ bool start_libraries(std::string* out_reason) {
 
 bool find_files(Life& life, std::string* out_reason) {
   if (life.options.machine_wide) {
-    life.files = machine_endpoint();
+    life.files = impl::machine_endpoint();
     life.data_folder = std::getenv("KVCORE_PRIVATE_DATA");
     return true;
   }
@@ -98,9 +98,13 @@ void tell_ready(void* context) {
   say(usual_level, "Serves " + std::string(std::getenv("KVREGISTRY")) + " at " + life.endpoint->port());
 }
 
+decltype(&KvRegssRun) server_entry() {
+  void* const entry = reinterpret_cast<void*>(GetProcAddress(LoadLibraryA(server_library), "KvRegssRun"));
+  return reinterpret_cast<decltype(&KvRegssRun)>(entry);
+}
+
 int run_server(Life& life) {
-  const HMODULE library = LoadLibraryA(server_library);
-  const auto run = reinterpret_cast<decltype(&KvRegssRun)>(GetProcAddress(library, "KvRegssRun"));
+  const auto run = server_entry();
   if (run == nullptr) return fail(std::string(server_library) + " has no entry KvRegssRun");
   const Signals signals(tell_manager_stopping, [&life] { reload(life); });
   Regss_Options options{};

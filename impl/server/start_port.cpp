@@ -22,19 +22,7 @@ class Port_Address {
  public:
   explicit Port_Address(const std::string& path) {
     address_.sun_family = AF_UNIX;
-    if (path.size() < sizeof address_.sun_path) {
-      is_good_ = !path.empty();
-      std::memcpy(address_.sun_path, path.c_str(), path.size() + 1);
-      return;
-    }
-    const std::size_t slash = path.rfind('/');
-    if (slash == path.npos) return fail(ENAMETOOLONG);
-    folder_ = Descriptor(open(path.substr(0, slash + 1).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder_) return;
-    const std::string near = "/proc/self/fd/" + std::to_string(folder_.number()) + path.substr(slash);
-    if (near.size() >= sizeof address_.sun_path) return fail(ENAMETOOLONG);
-    std::memcpy(address_.sun_path, near.c_str(), near.size() + 1);
-    is_good_ = true;
+    is_good_ = path.size() < sizeof address_.sun_path ? take(path) : take_by_folder(path);
   }
 
   bool is_good() const { return is_good_; }
@@ -42,7 +30,18 @@ class Port_Address {
   static constexpr socklen_t size = sizeof(sockaddr_un);
 
  private:
-  void fail(int error) { errno = error; }
+  bool take(const std::string& path) {
+    errno = path.empty() ? ENOENT : ENAMETOOLONG;
+    if (path.empty() || path.size() >= sizeof address_.sun_path) return false;
+    std::memcpy(address_.sun_path, path.c_str(), path.size() + 1);
+    return true;
+  }
+  bool take_by_folder(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == path.npos) return take(path);
+    folder_ = Descriptor(open(path.substr(0, slash + 1).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return folder_ && take("/proc/self/fd/" + std::to_string(folder_.number()) + path.substr(slash));
+  }
 
   Descriptor folder_;
   sockaddr_un address_{};
