@@ -44,6 +44,9 @@ struct Life {
   std::string data_folder{};
   std::vector<int> handed_sockets{};
   Endpoint* endpoint = nullptr;
+  // What the server has said before it was ready: when it cannot begin, the last line is the reason.
+  std::vector<std::string> held_lines{};
+  bool is_ready = false;
 };
 
 // The libraries are loaded when this comes back, and the table is bound to the store.
@@ -90,10 +93,18 @@ void reload(const Life& life) {
   tell_manager_ready("Serves at " + life.endpoint->port());
 }
 
+void say_for_server(void* context, const char* line) {
+  Life& life = *static_cast<Life*>(context);
+  if (life.is_ready) return say(usual_level, line);
+  life.held_lines.push_back(line);
+}
+
 void tell_ready(void* context) {
-  const Life& life = *static_cast<const Life*>(context);
+  Life& life = *static_cast<Life*>(context);
   life.endpoint->release_lock();
   life.background.tell_ready();
+  life.is_ready = true;
+  for (const std::string& line : life.held_lines) say(usual_level, line);
   tell_manager_ready("Serves at " + life.endpoint->port());
   say(usual_level, "Serves " + std::string(std::getenv("KVREGISTRY")) + " at " + life.endpoint->port());
 }
@@ -115,7 +126,7 @@ int run_server(Life& life) {
   options.idle_seconds = life.settings.idle_seconds;
   options.stop = signals.stop();
   options.ready = tell_ready;
-  options.say = [](void*, const char* line) { say(usual_level, line); };
+  options.say = say_for_server;
   options.context = &life;
   return run(&options);
 }
@@ -127,8 +138,9 @@ int serve_claimed(Life& life) {
   const int status = run_server(life);
   tell_manager_stopping();
   life.endpoint->withdraw();
-  say(usual_level, status == ended ? "Ended" : "Ended without having served");
-  return status == ended ? ended : could_not_serve;
+  if (status != ended) return fail(life.held_lines.empty() ? "the server did not begin" : life.held_lines.back());
+  say(usual_level, "Ended");
+  return ended;
 }
 
 int serve_in_this_process(const Options& options, Background& background) {

@@ -56,19 +56,19 @@ TEST_F(Command_Line, TellsItsVersion) {
 
 TEST_F(Command_Line, SaysWhichRegistry) {
   expect_refused({}, "say --machine or --user");
-  expect_refused({"--machine", "--user"}, "--user excludes --machine");
+  expect_refused({"--machine", "--user"}, "--machine excludes --user");
 }
 
 TEST_F(Command_Line, WithoutSenseIsRefused) {
   expect_refused({"--user", "--core-data", "/x"}, "--core-data requires --machine");
   expect_refused({"--user", "--log-level", "3"}, "--log-level: Value 3 not in range 0 to 2");
-  expect_refused({"--user", "--log-level", "loud"}, "Could not convert: --log-level = loud");
-  expect_refused({"--user", "--idle", "-1"}, "Could not convert: --idle = -1");
+  expect_refused({"--user", "--log-level", "loud"}, "--log-level: Value loud not in range 0 to 2");
+  expect_refused({"--user", "--idle", "-1"}, "--idle: Value -1 not in range 0 to 31536000");
   expect_refused({"--user", "--idle", "31536001"}, "--idle: Value 31536001 not in range 0 to 31536000");
   expect_refused({"--user", "--serve"}, "The following argument was not expected: --serve");
   expect_refused({"--user", "more"}, "The following argument was not expected: more");
   expect_refused({"--user", "--settings"}, "--settings: 1 required TEXT missing");
-  expect_refused({"--user", "--write-endpoint", "/x", "--check"}, "--write-endpoint excludes --check");
+  expect_refused({"--user", "--write-endpoint", "/x", "--check"}, "--check excludes --write-endpoint");
 }
 
 }  // namespace
