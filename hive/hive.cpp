@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "hive/batch.h"
 #include "hive/store/fork.h"
 #include "hive/store/meta.h"
 
@@ -67,7 +68,64 @@ void Hive::note_orderly_end() {
   if (store != nullptr && !is_private()) store->note_orderly_end();
 }
 
+// What a hive holds that has nothing of the thread's batch is read as ever.
 Status Hive::run(Access access, Transaction_Body body) {
+  Batch* batch = access == Access::bare ? nullptr : Batch::of_thread();
+  if (batch == nullptr) return run_alone(access, body);
+  batch->look_at_clock();
+  const bool is_change = access == Access::write;
+  if (batch->is_lost()) return is_change ? Status::batch_lost : run_alone(access, body);
+  if (!is_change && batch->store_of(*this) == nullptr) return run_alone(access, body);
+  const Status status = run_in(*batch, access, body);
+  if (batch->is_lost()) batch->lose();
+  return status == Status::batch_lost && !is_change ? run_alone(access, body) : status;
+}
+
+Status Hive::run_in(Batch& batch, Access access, Transaction_Body body) {
+  Findings findings;
+  Store* store = batch.store_of(*this);
+  Status status = store == nullptr ? join(batch, &store, findings) : Status::ok;
+  if (status == Status::ok) status = store->run_within(batch.part_of(store), body, findings);
+  tell(access, status, findings);
+  return status;
+}
+
+Status Hive::join(Batch& batch, Store** out, Findings& findings) {
+  Back_Off back_off;
+  Status status;
+  do {
+    findings.reason.clear();
+    status = try_to_join(batch, back_off, out, findings);
+  } while (status == Status::busy && back_off.pause());
+  return status;
+}
+
+Status Hive::try_to_join(Batch& batch, Back_Off& back_off, Store** out, Findings& findings) {
+  Status status = find_store(out, findings);
+  if (status != Status::ok) return status;
+  std::shared_ptr<Batch_Part> part = batch.part_of(*out);
+  if (part == nullptr) {
+    auto turn = std::make_unique<Writer_Queue::Turn>((*out)->queue(), back_off);
+    status = (*out)->join(std::move(turn), traits_, &part, findings);
+  }
+  if (status == Status::ok) batch.add(shared_from_this(), *out, std::move(part));
+  return status;
+}
+
+Status Hive::keep(Store& store, const std::shared_ptr<Batch_Part>& part) {
+  Back_Off back_off;
+  Findings findings;
+  Status status;
+  do {
+    findings.reason.clear();
+    status = store.commit(part, findings);
+  } while (status == Status::busy && back_off.pause());
+  tell(Access::write, status, findings);
+  if (status == Status::ok) watch_post_->tell(*this, findings.logged);
+  return status;
+}
+
+Status Hive::run_alone(Access access, Transaction_Body body) {
   Back_Off back_off;
   Findings findings;
   Status status;

@@ -12,7 +12,9 @@
 
 namespace hive {
 
-class Hive {
+class Batch;
+
+class Hive : public std::enable_shared_from_this<Hive> {
  public:
   // No path: private to the process.
   Hive(std::string path, Hive_Traits traits, Complain complain);
@@ -27,6 +29,9 @@ class Hive {
   Status write_aside(Transaction_Body body) { return run(Access::write, body); }
   // Without a transaction.
   Status use(Transaction_Body body) { return run(Access::bare, body); }
+
+  // Keeps the part of a batch that a Store of this hive has, and tells its watchers.
+  Status keep(Store& store, const std::shared_ptr<Batch_Part>& part);
 
   void note_orderly_end();
 
@@ -44,6 +49,10 @@ class Hive {
 
  private:
   Status run(Access access, Transaction_Body body);
+  Status run_alone(Access access, Transaction_Body body);
+  Status run_in(Batch& batch, Access access, Transaction_Body body);
+  Status join(Batch& batch, Store** out, Findings& findings);
+  Status try_to_join(Batch& batch, Back_Off& back_off, Store** out, Findings& findings);
   Status attempt(Access access, Transaction_Body body, Back_Off& back_off, Findings& findings);
   Status find_store(Store** out, Findings& findings);
   Status find_file(struct stat* out, std::string* reason);

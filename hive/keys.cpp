@@ -84,6 +84,15 @@ Status note_lost_child(Connection& connection, std::int64_t parent, const Key_Ro
   return changed.run();
 }
 
+// Whether all that is missing of a path may be made, so that nothing fails half-way.
+bool may_be_made(Path_Parts parts, int depth_of_last) {
+  while (parts.more()) {
+    if (parts.next().size() > max_key_name_units) return false;
+    ++depth_of_last;
+  }
+  return depth_of_last <= max_key_depth;
+}
+
 // One part of a path that is made: a sub-key of *key, which becomes it.
 Status create_child(Connection& connection, std::int64_t* key, std::u16string_view name, const Creation& creation,
                     bool is_last) {
@@ -152,9 +161,9 @@ Status create_key(Connection& connection, std::int64_t at, std::u16string_view p
   Status status = follow(connection, parts, &progress, &name);
   if (status == Status::ok && progress.key == at) status = check_key(connection, at);
   if (creation.class_name.size() > max_class_units) return Status::invalid;
-  int depth = progress.found_all ? 0 : depth_of(connection, progress.key);
+  if (status != Status::ok) return status;
+  if (!progress.found_all && !may_be_made(parts, depth_of(connection, progress.key) + 1)) return Status::invalid;
   while (status == Status::ok && !progress.found_all) {
-    if (name.size() > max_key_name_units || ++depth > max_key_depth) return Status::invalid;
     bool is_last = !parts.more();
     status = create_child(connection, &progress.key, name, creation, is_last);
     *out_created = progress.found_all = is_last;

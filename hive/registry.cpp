@@ -20,10 +20,11 @@ constexpr std::u16string_view current_config_path = u"System\\CurrentControlSet\
 struct Found {
   std::int64_t number = 0;
   Hive_Identity identity{};
+  std::shared_ptr<const Batch_Part> made_in = nullptr;
 };
 
 Key open_key(const Key& at, const Found& found) {
-  return std::make_shared<Open_Key>(at->hive, found.number, found.identity);
+  return std::make_shared<Open_Key>(at->hive, found.number, found.identity, found.made_in);
 }
 
 // As far as memory can tell.
@@ -84,7 +85,9 @@ Status Registry::open(const Key& at, std::u16string_view path, Key* out_key) {
   } else {
     status = parts_->read(start.key, [&](Connection& connection, std::int64_t key) {
       found.identity = connection.identity;
-      return find_path(connection, key, start.path, &found.number);
+      const Status status_of_path = find_path(connection, key, start.path, &found.number);
+      if (connection.is_in_batch()) found.made_in = connection.part_of(found.number);
+      return status_of_path;
     });
   }
   if (status == Status::ok) *out_key = open_key(start.key, found);
@@ -106,7 +109,9 @@ Status Registry::create(const Key& at, std::u16string_view path, const Creation&
     std::u16string_view first = Path_Parts(start.path).next();
     if (in_users && find_key(connection, key, first, &found.number) == Status::not_found) return Status::denied;
     found.identity = connection.identity;
-    return create_key(connection, key, start.path, creation, &found.number, out_created);
+    const Status status_of_key = create_key(connection, key, start.path, creation, &found.number, out_created);
+    if (connection.is_in_batch()) found.made_in = connection.part_of(found.number);
+    return status_of_key;
   });
   if (status == Status::ok) *out_key = open_key(start.key, found);
   return status;

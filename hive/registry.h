@@ -85,6 +85,13 @@ struct Key_Rights {
   std::uint32_t group;
 };
 
+// How a batch ended in one hive: not_tried when an earlier one had failed.
+struct Batch_Result {
+  Root root;         // machine or current_user
+  std::string file;  // empty: private to the process
+  Status status;
+};
+
 class Registry {
  public:
   // Opens no file: each hive is opened at its first use.
@@ -143,6 +150,13 @@ class Registry {
   Status user_image(std::vector<unsigned char>* out_image);
   // The same for the end of the process: empty when the per-user file already carries it.
   Status closing_user_image(std::vector<unsigned char>* out_image);
+  // The calling thread's batch: all that it changes in between is one transaction of each hive touched; see batch.h.
+  // in_batch, of begin_batch and of what cannot be done in a batch: watching and images. commit_batch tells each hive
+  // that was touched; no_batch, batch_lost, or the status of the first that failed.
+  Status begin_batch();
+  Status commit_batch(std::vector<Batch_Result>* out);
+  Status abandon_batch();
+
   // The process ends as it should: the next one to open its hives need not look them through.
   void note_orderly_end();
 

@@ -58,7 +58,10 @@ Status Registry::load(const Key& at, std::u16string_view path, const std::string
   return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
     std::int64_t known = 0;
     if (is_users && find_key(connection, key, first, &known) == Status::not_found) return Status::denied;
-    return load_tree(connection, key, start.path, source);
+    Savepoint savepoint(connection);
+    const Status loaded = load_tree(connection, key, start.path, source);
+    if (loaded == Status::ok) savepoint.keep();
+    return loaded;
   });
 }
 

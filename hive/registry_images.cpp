@@ -1,4 +1,5 @@
 // Images of the user's hive.
+#include "hive/batch.h"
 #include "hive/image/image.h"
 #include "hive/image/image_file.h"
 #include "hive/image/user_image.h"
@@ -66,6 +67,7 @@ Status outrank(Hive& hive, const Hive_Mark& in_file) {
 
 Status Registry::user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
+  if (Batch::of_thread() != nullptr) return Status::in_batch;
   std::shared_ptr<Hive> user = parts_->hives.user();
   if (user == nullptr) return Status::io_failed;
   const Hive_Mark in_file = mark_in(parts_->hives.user_image_file());
@@ -74,10 +76,14 @@ Status Registry::user_image(std::vector<unsigned char>* out_image) {
   return make_user_image(source, out_image);
 }
 
+// Nothing is kept of a batch that the end of the process has interrupted.
+//
 // A process that never used the user's hive has nothing to say of it, nor has a hive that was never changed, or
 // not since it was imported from what the file still holds.
 Status Registry::closing_user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
+  Batch::lose_all();
+  Batch::abandon();
   std::shared_ptr<Hive> user = parts_->hives.user_if_used();
   if (user == nullptr || user->is_private()) return Status::ok;
   const Hive_Mark in_file = mark_in(parts_->hives.user_image_file());

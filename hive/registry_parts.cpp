@@ -30,7 +30,7 @@ bool is_of_another_hive(const Connection& connection, const Open_Key& key) {
 // A root that is a path may be missing: *out_missing, with not_found.
 Status number_of(Connection& connection, const Open_Key& key, std::int64_t* out, bool* out_missing) {
   *out = key.number;
-  if (is_of_another_hive(connection, key)) return Status::key_deleted;
+  if (key.is_lost() || is_of_another_hive(connection, key)) return Status::key_deleted;
   if (key.place != Place::by_path) return Status::ok;
   Status status = find_path(connection, key.number, key.path, out);
   *out_missing = status == Status::not_found;

@@ -1,6 +1,7 @@
 // Watching keys.
 #include <atomic>
 
+#include "hive/batch.h"
 #include "hive/keys.h"
 #include "hive/registry.h"
 #include "hive/registry_parts.h"
@@ -42,6 +43,7 @@ void Registry::end_watches(const Key& key) {
 // The user's hive stands below HKEY_USERS.
 Status Registry::watch(const Key& key, bool subtree, Ways filter, std::shared_ptr<Watch_Target> target) {
   if (key->place == Place::nothing) return Status::unsupported;
+  if (Batch::of_thread() != nullptr) return Status::in_batch;
   if (key->place != Place::users || !subtree) return parts_->watch(key, key->watching, {subtree, filter, target});
   const auto once = std::make_shared<Told_Once>(std::move(target));
   Key user;

@@ -24,6 +24,10 @@ enum class Status {
   io_failed,
   no_memory,
   unsupported,
+  no_batch,    // the thread has none
+  in_batch,    // the thread has one, in which this cannot be done
+  batch_lost,  // the thread's batch was abandoned, and nothing of it stays
+  not_tried,   // given up since something before it had failed
 };
 
 }  // namespace hive

@@ -1,5 +1,6 @@
 #include "hive/cache/cached_look.h"
 
+#include "hive/batch.h"
 #include "hive/cache/cached_path.h"
 #include "hive/cache/node_cache.h"
 #include "hive/open_key.h"
@@ -10,7 +11,9 @@ namespace hive {
 Cached_Look::Cached_Look(const Read_Section&, const Open_Key& key) : key_(key) {
   if (key.hive == nullptr || (coherence_ = key.hive->coherence()) == nullptr) return;
   const View* view = coherence_->current();
-  if (view == nullptr) return;
+  if (view == nullptr || key.is_lost()) return;
+  // A batch's own changes are in its hive alone.
+  if (const Batch* batch = Batch::of_thread(); batch != nullptr && batch->hides(coherence_)) return;
   if (key.identity == Hive_Identity{} || key.identity == view->identity) view_ = view;
 }
 

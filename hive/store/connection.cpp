@@ -3,7 +3,9 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <new>
 
 #include "hive/cache/own_process.h"
 #include "hive/name.h"
@@ -136,7 +138,7 @@ Connection::~Connection() {
 
 bool Connection::intact() const {
   if (mode_ == Mode::memory) return true;
-  return is_of_this_process() && descriptors_.intact();
+  return !is_distrusted_ && is_of_this_process() && descriptors_.intact();
 }
 
 bool Connection::is_of_this_process() const {
@@ -193,11 +195,45 @@ void Connection::clear_failure() {
 }
 
 void Connection::note_changed(std::int64_t key) {
+  if (!changed_keys_.empty() && changed_keys_.back() == key) return;
   if (changed_keys_.size() >= most_changed_keys) {
     all_changed_ = true;
   } else {
     changed_keys_.push_back(key);
   }
+}
+
+void Connection::begin_batch(std::shared_ptr<const Batch_Part> part) {
+  part_ = std::move(part);
+  ids_before_batch_ = ids_;
+  first_block_of_batch_ = 0;
+}
+
+std::shared_ptr<const Batch_Part> Connection::part_of(std::int64_t number) const {
+  const bool is_of_old_block = number >= ids_before_batch_.next && number < ids_before_batch_.end;
+  const bool is_of_new_block = first_block_of_batch_ != 0 && number >= first_block_of_batch_;
+  return is_of_old_block || is_of_new_block ? part_ : nullptr;
+}
+
+void Connection::mark_changes() { marked_changes_ = sqlite3_total_changes64(db_); }
+
+bool Connection::changed_since_mark() const { return sqlite3_total_changes64(db_) != marked_changes_; }
+
+std::unique_ptr<std::vector<unsigned char>> Connection::content() const {
+  sqlite3_int64 size = 0;
+  const std::unique_ptr<unsigned char, void (*)(void*)> bytes(sqlite3_serialize(db_, "main", &size, 0), &sqlite3_free);
+  if (bytes == nullptr) throw std::bad_alloc();
+  return std::make_unique<std::vector<unsigned char>>(bytes.get(), bytes.get() + size);
+}
+
+Status Connection::take_content(const std::vector<unsigned char>& content) {
+  auto* bytes = static_cast<unsigned char*>(sqlite3_malloc64(content.size()));
+  if (bytes == nullptr) return Status::no_memory;
+  std::copy(content.begin(), content.end(), bytes);
+  const auto size = static_cast<sqlite3_int64>(content.size());
+  const int code = sqlite3_deserialize(db_, "main", bytes, size, size, SQLITE_DESERIALIZE_FREEONCLOSE);
+  if (code != SQLITE_OK) note(code);
+  return status();
 }
 
 void Connection::forget_changes() {
@@ -214,6 +250,7 @@ std::int64_t Connection::take_id() {
       return 0;
     }
     ids_ = {take.number(0) - ids_of_a_block, take.number(0)};
+    if (first_block_of_batch_ == 0) first_block_of_batch_ = ids_.next;
   }
   return ids_.next++;
 }

@@ -13,6 +13,7 @@
 
 #include "hive/identity.h"
 #include "hive/status.h"
+#include "hive/store/batch_part.h"
 #include "hive/store/errors.h"
 #include "hive/store/system_calls.h"
 
@@ -66,6 +67,8 @@ class Connection {
   // Opened in this process, and every descriptor is what it was. A private hive always is: a forked process
   // has a copy of it.
   bool intact() const;
+  // Nothing of it is touched any more, whatever its descriptors are.
+  void distrust() { is_distrusted_ = true; }
   const Descriptors& descriptors() const { return descriptors_; }
   // The last closing of a hive brings its log into it and shortens it; not with this.
   void leave_log_alone();
@@ -90,6 +93,20 @@ class Connection {
   // Whether a writing transaction's ids are kept with it or forgotten.
   void keep_ids() { kept_ids_ = ids_; }
   void forget_ids() { ids_ = kept_ids_; }
+
+  // A writing transaction that stays open from operation to operation, as a batch's part.
+  void begin_batch(std::shared_ptr<const Batch_Part> part);
+  void end_batch() { part_ = nullptr; }
+  bool is_in_batch() const { return part_ != nullptr; }
+  // The part in which the number was taken, so that it is given out anew when the part is lost; null for any other.
+  std::shared_ptr<const Batch_Part> part_of(std::int64_t number) const;
+  // Whether rows were changed, and not taken back by a savepoint.
+  void mark_changes();
+  bool changed_since_mark() const;
+
+  // All of a private hive; and what such a hive is to hold. Outside of transactions.
+  std::unique_ptr<std::vector<unsigned char>> content() const;
+  Status take_content(const std::vector<unsigned char>& content);
 
   // What a writing transaction changes, for those who hold copies of it: the keys by their numbers, as long as
   // they are few. A transaction that notes nothing is taken to have changed everything.
@@ -138,6 +155,8 @@ class Connection {
     std::int64_t end = 0;
   };
 
+  friend class Savepoint;
+
   Connection() = default;
   Status set_up(std::string* reason);
   void finalize();
@@ -151,6 +170,10 @@ class Connection {
   Failure failure_;
   Id_Block ids_;
   Id_Block kept_ids_;
+  Id_Block ids_before_batch_;
+  std::int64_t first_block_of_batch_ = 0;  // 0: none was taken yet
+  std::shared_ptr<const Batch_Part> part_;
+  std::int64_t marked_changes_ = 0;
   std::vector<std::int64_t> changed_keys_;
   bool all_changed_ = false;
   std::uint64_t serial_ = 0;
@@ -159,6 +182,7 @@ class Connection {
   int process_number_ = 0;
   Mode mode_ = Mode::shared;
   bool read_only_ = false;
+  bool is_distrusted_ = false;
 };
 
 }  // namespace hive

@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include "hive/batch.h"
 #include "hive/cache/node_cache.h"
 #include "hive/cache/read_section.h"
 #include "hive/position.h"
@@ -12,6 +13,7 @@ namespace {
 
 void before_fork() {
   opening_mutex().lock();
+  Batch::before_fork();
   for (Store* store : Store::all()) store->before_fork();
   Node_Cache::of_process().hold();
   hold_retired_objects();
@@ -25,6 +27,7 @@ void let_go_of_memory() {
 void after_fork_in_parent() {
   let_go_of_memory();
   for (Store* store : Store::all()) store->after_fork_in_parent();
+  Batch::after_fork_in_parent();
   opening_mutex().unlock();
 }
 
@@ -33,6 +36,7 @@ void after_fork_in_child() {
   Position_Lock::after_fork();
   let_go_of_memory();
   for (Store* store : Store::all()) store->after_fork_in_child();
+  Batch::after_fork_in_child();
   opening_mutex().unlock();
 }
 

@@ -20,13 +20,6 @@ File_Identity identity_at(const std::string& file) {
   return stat(file.c_str(), &now) == 0 ? File_Identity{now.st_dev, now.st_ino} : File_Identity{};
 }
 
-// Whether a connection that failed like this is of no further use.
-bool spoils_connection(Status status, const Failure& failure) {
-  if (failure.code == 0) return false;
-  if (status == Status::busy) return failure.code == SQLITE_READONLY_DBMOVED;
-  return status != Status::disk_full;
-}
-
 }  // namespace
 
 const std::vector<Store*>& Store::all() { return stores(); }
@@ -75,8 +68,16 @@ void Store::detach() {
   queue_.rest();
 }
 
+// Whether a connection that failed like this is of no further use.
+bool Store::spoils_connection(Status status, const Failure& failure) {
+  if (failure.code == 0) return false;
+  if (status == Status::busy) return failure.code == SQLITE_READONLY_DBMOVED;
+  return status != Status::disk_full;
+}
+
 Status Store::run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings) {
   std::lock_guard lock(mutex_);
+  if (batch_ != nullptr) return run_beside(access, body, findings);
   Status status = ready(access, traits, findings);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
@@ -105,8 +106,20 @@ Status Store::run_with_memory(Access access, Transaction_Body body) {
   return status;
 }
 
+bool Store::stands_at_path() const { return identity_at(file_) == identity_; }
+
+// The connections share what SQLite keeps of the file: neither can be trusted alone.
 void Store::close() {
+  if (batch_ != nullptr) {
+    batch_->lose();
+    end_batch();
+  }
   coherence_.closing();
+  if (beside_ != nullptr && connection_ != nullptr && !(beside_->intact() && connection_->intact())) {
+    beside_->distrust();
+    connection_->distrust();
+  }
+  beside_.reset();
   connection_.reset();
   coherence_.closed();
 }
@@ -127,6 +140,7 @@ void Store::note_orderly_end() {
 
 void Store::before_fork() {
   mutex_.lock();
+  if (batch_ != nullptr) undo_in_use();
   queue_.before_fork();
   if (connection_ == nullptr || connection_->mode() == Connection::Mode::memory) return;
   connection_->leave_log_alone();

@@ -66,6 +66,16 @@ class Store {
   // decided.
   Status run(Access access, const Hive_Traits& traits, Transaction_Body body, Findings& findings);
 
+  // The same for the thread whose batch has this part of the hive, in the batch's transaction. Where the store itself
+  // fails, or an operation that has failed cannot be taken back alone, the part is lost. batch_lost: it was before.
+  Status run_within(const std::shared_ptr<Batch_Part>& part, Transaction_Body body, Findings& findings);
+  // Begins a part, which has the turn until it ends. One attempt, as above.
+  Status join(std::unique_ptr<Writer_Queue::Turn> turn, const Hive_Traits& traits, std::shared_ptr<Batch_Part>* out,
+              Findings& findings);
+  // Ends it. busy: it goes on, and the whole is to be tried again.
+  Status commit(const std::shared_ptr<Batch_Part>& part, Findings& findings);
+  void abandon(const std::shared_ptr<Batch_Part>& part);
+
   // The process ends as it should, and a later check of the hive is not needed.
   void note_orderly_end();
 
@@ -87,14 +97,27 @@ class Store {
   Status finish_run(Status status, Findings& findings);
   void move_to(const std::string& file, mode_t file_mode);
   void close();
+  class Operation;
+  void undo_batch();
+  void undo_in_use();
+  void end_batch();
+  Status run_beside(Access access, Transaction_Body body, Findings& findings);
+  Status open_beside(Findings& findings);
+  void copy_private();
   Status run_with_memory(Access access, Transaction_Body body);
 
   bool may_write() const;
   bool has_no_log() const;
   bool is_own_file() const;
+  bool stands_at_path() const;
+  static bool spoils_connection(Status status, const Failure& failure);
 
   std::mutex mutex_;
   std::unique_ptr<Connection> connection_;
+  std::shared_ptr<Batch_Part> batch_;  // whose transaction is open on the connection
+  std::unique_ptr<Writer_Queue::Turn> batch_turn_;
+  std::unique_ptr<Connection> beside_;  // for everybody else meanwhile
+  std::unique_ptr<std::vector<unsigned char>> private_copy_;
   Writer_Queue queue_;
   Coherence coherence_;
   std::string file_;  // empty: private to the process

@@ -43,4 +43,24 @@ Status in_transaction(Connection& connection, Access access, Transaction_Body bo
   return end == Status::ok ? status : end;
 }
 
+Savepoint::Savepoint(Connection& connection)
+    : connection_(connection), ids_(connection.ids_), is_open_(connection.is_in_batch()) {
+  if (is_open_) Statement(connection_, Query::begin_savepoint).run();
+}
+
+// What failed may have undone the whole transaction already.
+Savepoint::~Savepoint() {
+  if (!is_open_ || sqlite3_get_autocommit(connection_.handle()) != 0 || connection_.status() != Status::ok) return;
+  connection_.ids_ = ids_;
+  connection_.known = {};
+  Statement(connection_, Query::undo_savepoint).run();
+  Statement(connection_, Query::end_savepoint).run();
+  if (connection_.status() == Status::ok) connection_.mark_changes();
+}
+
+void Savepoint::keep() {
+  if (is_open_) Statement(connection_, Query::end_savepoint).run();
+  is_open_ = false;
+}
+
 }  // namespace hive

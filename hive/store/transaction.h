@@ -20,4 +20,22 @@ using Transaction_Body = Function_Ref<Status(Connection&)>;
 // failed; otherwise, and when the body throws, nothing of it stays. Gives what went wrong, else the body's answer.
 Status in_transaction(Connection& connection, Access access, Transaction_Body body);
 
+// Within a transaction of many operations: one of them that can be taken back alone. Outside of a batch it does
+// nothing.
+class Savepoint {
+ public:
+  explicit Savepoint(Connection& connection);
+  // Takes back what was done, unless it was kept.
+  ~Savepoint();
+  Savepoint(const Savepoint&) = delete;
+  Savepoint& operator=(const Savepoint&) = delete;
+
+  void keep();
+
+ private:
+  Connection& connection_;
+  Connection::Id_Block ids_;
+  bool is_open_;
+};
+
 }  // namespace hive

@@ -40,6 +40,9 @@ class Inproc_Service final : public Registry_Service {
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
+  DWORD begin_batch() override;
+  DWORD commit_batch(std::vector<Batch_Hive>* out_hives) override;
+  DWORD abandon_batch() override;
   DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override;
   DWORD user_number(const wchar_t* user, DWORD* out_number) override;
   DWORD policy(int information_class, void** out_record) override;

@@ -42,6 +42,14 @@ DWORD code_of(hive::Status status) {
       return ERROR_NOT_ENOUGH_MEMORY;
     case Status::unsupported:
       return ERROR_CALL_NOT_IMPLEMENTED;
+    case Status::no_batch:
+      return ERROR_TRANSACTION_NOT_ACTIVE;
+    case Status::in_batch:
+      return ERROR_TRANSACTION_REQUEST_NOT_VALID;
+    case Status::batch_lost:
+      return ERROR_TRANSACTION_ALREADY_ABORTED;
+    case Status::not_tried:
+      return ERROR_OPERATION_ABORTED;
   }
   return ERROR_REGISTRY_IO_FAILED;
 }

@@ -28,6 +28,10 @@ TEST(StatusCode, IsThePublishedCodeOfEachStatus) {
   EXPECT_EQ(code_of(Status::io_failed), 1016u);
   EXPECT_EQ(code_of(Status::no_memory), 8u);
   EXPECT_EQ(code_of(Status::unsupported), 120u);
+  EXPECT_EQ(code_of(Status::no_batch), 6701u);
+  EXPECT_EQ(code_of(Status::in_batch), 6702u);
+  EXPECT_EQ(code_of(Status::batch_lost), 6704u);
+  EXPECT_EQ(code_of(Status::not_tried), 995u);
 }
 
 }  // namespace

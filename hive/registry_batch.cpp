@@ -1,0 +1,24 @@
+// Batches, as the registry's callers know them.
+#include "hive/batch.h"
+#include "hive/registry.h"
+#include "hive/registry_parts.h"
+
+namespace hive {
+
+Status Registry::begin_batch() { return Batch::begin(); }
+
+Status Registry::commit_batch(std::vector<Batch_Result>* out) {
+  std::vector<Batch::Ending> endings;
+  const Status status = Batch::commit(&endings);
+  const std::shared_ptr<Hive> user = parts_->hives.user_if_used();
+  out->clear();
+  for (const Batch::Ending& ending : endings) {
+    const Root root = ending.hive == user ? Root::current_user : Root::machine;
+    out->push_back({root, ending.hive->path(), ending.status});
+  }
+  return status;
+}
+
+Status Registry::abandon_batch() { return Batch::abandon(); }
+
+}  // namespace hive
