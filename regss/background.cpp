@@ -61,13 +61,17 @@ bool Background::enter(int* out_status) {
 }
 
 // What libraries print on standard error comes behind the records of the log.
-void Background::tell_ready() {
+void Background::take_log() {
   if (!ready_) return;
   log_in_background();
   const std::string_view log = RegLog().Name();
   lead_to("/dev/null", O_RDWR, STDIN_FILENO);
   lead_to("/dev/null", O_RDWR, STDOUT_FILENO);
   lead_to(log == "stdout" ? "/dev/null" : log.data(), O_WRONLY | O_APPEND, STDERR_FILENO);
+}
+
+void Background::tell_ready() {
+  if (!ready_) return;
   [[maybe_unused]] const ssize_t told = write(ready_.number(), &ready_word, 1);
   ready_.reset();
 }

@@ -120,8 +120,7 @@ bool Endpoint::listen() {
 }
 
 bool Endpoint::announce(const std::string& port) {
-  return replace_file(files_.endpoint_file, port) ||
-         fail(files_.endpoint_file + " cannot be written: " + error_text());
+  return replace_file(files_.endpoint_file, port) || fail(files_.endpoint_file + " cannot be written: " + error_text());
 }
 
 bool Endpoint::open(const std::vector<int>& handed_sockets) {

@@ -101,12 +101,13 @@ void say_for_server(void* context, const char* line) {
 
 void tell_ready(void* context) {
   Life& life = *static_cast<Life*>(context);
-  life.endpoint->release_lock();
-  life.background.tell_ready();
+  life.background.take_log();
   life.is_ready = true;
   for (const std::string& line : life.held_lines) say(usual_level, line);
-  tell_manager_ready("Serves at " + life.endpoint->port());
   say(usual_level, "Serves " + std::string(std::getenv("KVREGISTRY")) + " at " + life.endpoint->port());
+  life.endpoint->release_lock();
+  life.background.tell_ready();
+  tell_manager_ready("Serves at " + life.endpoint->port());
 }
 
 decltype(&KvRegssRun) server_entry() {
@@ -151,8 +152,8 @@ int serve_in_this_process(const Options& options, Background& background) {
   life.endpoint = new Endpoint(life.files, options.machine_wide);
   static const Endpoint* kept = nullptr;
   kept = life.endpoint;
-  const std::string own_port = life.handed_sockets.empty() ? options.port_to_announce
-                                                           : path_of_socket(life.handed_sockets.front());
+  const std::string own_port =
+      life.handed_sockets.empty() ? options.port_to_announce : path_of_socket(life.handed_sockets.front());
   switch (life.endpoint->claim(options.lock_descriptor, own_port)) {
     case Endpoint::Claim::failed:
       return fail(kept->reason());

@@ -21,17 +21,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t stack_size = 64 * 1024;
+constexpr std::size_t stack_size = 64 * 1024;  // of each of two
 constexpr std::size_t max_text = 4096;
-constexpr int lock_number = 3;        // of the handed lock in the program
+constexpr int lock_number = 3;  // of the handed lock in the program
 constexpr int first_free_number = 10;
-constexpr int cannot_run = 127;
 
 // Any object of this library, by whose address the loader tells the library's file.
 const char anchor = 0;
 
-// What the child needs, made before it begins: it shares this process's memory until it runs the program.
+// What the children need, made before they begin: they share this process's memory. The first only makes the second and
+// ends, so that the program, which the second becomes, is nobody's child.
 struct Launch {
+  char* second_stack;
   const char* file;
   char* const* arguments;
   int null_device;
@@ -44,7 +45,7 @@ struct Launch {
 int moved_up(int descriptor) { return descriptor == -1 ? -1 : fcntl(descriptor, F_DUPFD, first_free_number); }
 
 // Calls nothing but the system.
-__attribute__((no_sanitize("address", "undefined", "thread"))) int run_in_child(void* launch_data) {
+__attribute__((no_sanitize("address", "undefined", "thread"))) int become_program(void* launch_data) {
   auto* const launch = static_cast<Launch*>(launch_data);
   setsid();
   const int text = moved_up(launch->text), lock = moved_up(launch->lock), nothing = moved_up(launch->null_device);
@@ -58,7 +59,14 @@ __attribute__((no_sanitize("address", "undefined", "thread"))) int run_in_child(
   sigprocmask(SIG_SETMASK, &none, nullptr);
   execve(launch->file, launch->arguments, environ);
   launch->error = errno;
-  _exit(cannot_run);
+  _exit(0);
+}
+
+__attribute__((no_sanitize("address", "undefined", "thread"))) int make_second_child(void* launch_data) {
+  auto* const launch = static_cast<Launch*>(launch_data);
+  if (clone(become_program, launch->second_stack, CLONE_VM | CLONE_VFORK | SIGCHLD, launch) == -1)
+    launch->error = errno;
+  _exit(0);
 }
 
 // No signal of this process reaches a handler in the child while both use one memory.
@@ -77,26 +85,23 @@ class Signals_Held {
   sigset_t before_;
 };
 
-// The child's number, or -1 with errno; comes back when the child runs the program or has ended.
-pid_t launch_child(Launch& launch) {
-  void* const stack =
-      mmap(nullptr, stack_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-  if (stack == MAP_FAILED) return -1;
-  const Signals_Held held;
-  // Without a signal at its end, the child is nobody's but who asks for such a one.
-  const pid_t child = clone(run_in_child, static_cast<char*>(stack) + stack_size, CLONE_VM | CLONE_VFORK, &launch);
-  const int error = errno;
-  munmap(stack, stack_size);
-  errno = error;
-  return child;
-}
-
-int status_of(pid_t child) {
-  int status = 0;
-  while (waitpid(child, &status, __WCLONE) < 0) {
-    if (errno != EINTR) return cannot_run;
+// 0 when the program runs, else an error number.
+int run_program(Launch& launch) {
+  void* const stacks =
+      mmap(nullptr, 2 * stack_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+  if (stacks == MAP_FAILED) return errno;
+  launch.second_stack = static_cast<char*>(stacks) + 2 * stack_size;
+  {
+    const Signals_Held held;
+    // No signal is sent at the end of this child, and no wait meets it but the one that asks for such.
+    const pid_t child =
+        clone(make_second_child, static_cast<char*>(stacks) + stack_size, CLONE_VM | CLONE_VFORK, &launch);
+    if (child == -1) launch.error = errno;
+    while (child != -1 && waitpid(child, nullptr, __WCLONE) < 0 && errno == EINTR) {
+    }
   }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : cannot_run;
+  munmap(stacks, 2 * stack_size);
+  return launch.error;
 }
 
 // What comes until the other end is closed; false when that takes too long.
@@ -125,16 +130,6 @@ std::string as_reason(std::string text) {
   return text.empty() ? "regss ended without a reason" : text;
 }
 
-std::string outcome(pid_t child, int text_end, std::chrono::milliseconds limit) {
-  std::string text;
-  if (!read_text(text_end, Clock::now() + limit, &text)) {
-    kill(child, SIGKILL);
-    status_of(child);
-    return "regss did not answer in time";
-  }
-  return status_of(child) == 0 ? "" : as_reason(text);
-}
-
 }  // namespace
 
 std::string regss_file() {
@@ -151,27 +146,31 @@ std::string regss_file() {
   return "";
 }
 
-std::string run_regss(int lock, std::chrono::milliseconds limit) {
+bool run_regss(int lock, std::chrono::milliseconds limit, std::string* out_text) {
   const std::string file = regss_file();
-  if (file.empty()) return "there is no program regss beside the library";
+  *out_text = "there is no program regss beside the library";
+  if (file.empty()) return false;
   std::string name = "regss", mode = "--user", background = "--background", option = "--lock-descriptor",
               number = std::to_string(lock_number);
   char* const with_lock[] = {name.data(), mode.data(), background.data(), option.data(), number.data(), nullptr};
   char* const without_lock[] = {name.data(), mode.data(), background.data(), nullptr};
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) return std::string("no pipe: ") + std::strerror(errno);
+  *out_text = "no pipe can be made";
+  if (pipe2(ends, O_CLOEXEC) != 0) return false;
   const Descriptor text_end(ends[0]);
   Descriptor child_end(ends[1]);
   const Descriptor null_device(open("/dev/null", O_RDONLY | O_CLOEXEC));
-  Launch launch{file.c_str(), lock != -1 ? with_lock : without_lock, null_device.number(), child_end.number(), lock, 0};
-  const pid_t child = launch_child(launch);
-  if (child == -1) return file + " cannot be run: " + std::strerror(errno);
-  child_end.reset();
-  if (launch.error != 0) {
-    status_of(child);
-    return file + " cannot be run: " + std::strerror(launch.error);
+  Launch launch{
+      nullptr, file.c_str(), lock != -1 ? with_lock : without_lock, null_device.number(), child_end.number(), lock, 0};
+  if (const int error = run_program(launch); error != 0) {
+    *out_text = file + " cannot be run: " + std::strerror(error);
+    return false;
   }
-  return outcome(child, text_end.number(), limit);
+  child_end.reset();
+  std::string text;
+  const bool has_come_back = read_text(text_end.number(), Clock::now() + limit, &text);
+  *out_text = has_come_back ? as_reason(text) : "regss did not answer in time";
+  return has_come_back;
 }
 
 }  // namespace impl

@@ -37,12 +37,12 @@ std::chrono::milliseconds left_until(Clock::time_point end) {
 
 // With the lock, which goes with the server, or without one in an administration utility, which takes none.
 bool start(const Endpoint_Files& files, Start_Lock& lock, Clock::time_point end) {
-  const std::string reason = run_regss(lock.descriptor(), left_until(end));
-  if (reason.empty()) {
-    lock.leave();
-    return true;
-  }
-  return port_answers(port_in(files.endpoint_file)) || complain(reason);
+  std::string text;
+  const bool has_come_back = run_regss(lock.descriptor(), left_until(end), &text);
+  const bool answers = port_answers(port_in(files.endpoint_file));
+  // Given up here only when the program is gone: it is one lock in both.
+  if (answers || !has_come_back) lock.leave();
+  return answers || complain(text);
 }
 
 bool find_or_start(const Endpoint_Files& files) {

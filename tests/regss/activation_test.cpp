@@ -12,9 +12,10 @@ class Activation : public Regss {
 
   // The words that make the first socket descriptor 3 of the program, as a service manager does.
   std::unique_ptr<Running> serve_at(int socket, const Words& words) {
-    const Words all = {"/bin/sh", "-c", "exec 3<&" + std::to_string(socket) +
-                                            "; LISTEN_PID=$$ LISTEN_FDS=1; export LISTEN_PID LISTEN_FDS; exec \"$@\"",
-                       "sh"};
+    const Words all = {
+        "/bin/sh", "-c",
+        "exec 3<&" + std::to_string(socket) + "; LISTEN_PID=$$ LISTEN_FDS=1; export LISTEN_PID LISTEN_FDS; exec \"$@\"",
+        "sh"};
     Words command = all;
     command.insert(command.end(), words.begin(), words.end());
     const int flags = fcntl(socket, F_GETFD);
@@ -66,8 +67,9 @@ TEST_F(Activation, GivesWayToAServerThatServesAlready) {
 }
 
 TEST_F(Activation, RefusesWhatIsNoListeningSocket) {
-  const std::string reason = "regss: the service manager's descriptor 3 is no listening Unix stream socket in the file "
-                             "system\n";
+  const std::string reason =
+      "regss: the service manager's descriptor 3 is no listening Unix stream socket in the file "
+      "system\n";
   const impl::Descriptor file = with_one_digit(impl::Descriptor(memfd_create("no socket", MFD_CLOEXEC)));
   const auto with_file = serve_at(file.number(), machine());
   EXPECT_EQ(with_file->status(), 1);

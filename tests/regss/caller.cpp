@@ -1,5 +1,5 @@
-// Makes sure of the per-user server as mode 3 does, waits for a line when asked to by an argument, and prints the number
-// of the server that it reaches.
+// Makes sure of the per-user server as mode 3 does, waits for a line when asked to by an argument, and prints the
+// number of the server that it reaches.
 #include <poll.h>
 #include <unistd.h>
 

@@ -131,8 +131,7 @@ TEST_F(Life, InTheBackgroundComesBackWhenItServes) {
   const Client client(content_of(user_endpoint_file()));
   EXPECT_EQ(client.server(), content_of(user_pid_file()));
   EXPECT_NE(content_of(folder / "home/logs/regss.log").find("Serves " + folder / "home/hklm.bin"), std::string::npos);
-  const impl::Descriptor server(
-      static_cast<int>(syscall(SYS_pidfd_open, std::stoi(content_of(user_pid_file())), 0)));
+  const impl::Descriptor server(static_cast<int>(syscall(SYS_pidfd_open, std::stoi(content_of(user_pid_file())), 0)));
   client.ask_for_the_end();
   EXPECT_TRUE(can_be_read(server.number()));
 }
@@ -153,26 +152,6 @@ TEST_F(Life, InTheBackgroundHasASessionOfItsOwnAndNoFolder) {
     EXPECT_EQ(std::filesystem::read_symlink("/proc/" + pid + "/fd/" + number), "/dev/null");
   EXPECT_EQ(std::filesystem::read_symlink("/proc/" + pid + "/fd/2"), folder / "home/logs/regss.log");
   client.ask_for_the_end();
-}
-
-TEST_F(Life, ChecksTheHivesWhenAsked) {
-  const auto server = serve(machine({"--check", "--log-level", "2"}));
-  ASSERT_NE(server, nullptr);
-  server->send(SIGTERM);
-  ASSERT_EQ(server->status(), 0);
-  EXPECT_EQ(server->said().find("regss: The machine's hive: "), 0u);
-  EXPECT_NE(server->said().find(" keys without fault\n"), std::string::npos);
-}
-
-TEST_F(Life, DoesNotServeADamagedHiveWhenAskedToCheck) {
-  mkdir((folder / "core/registry").c_str(), 0700);
-  write_file(folder / "core/registry/hklm.bin", "this is no hive, and nobody may take it for one");
-  const auto server = begin(machine({"--check"}));
-  EXPECT_EQ(server->status(), 1);
-  EXPECT_NE(server->said().find("regss: The machine's hive cannot be looked through: error 1017\n"),
-            std::string::npos) << server->said();
-  EXPECT_EQ(content_of(folder / "core/registry/hklm.bin"), "this is no hive, and nobody may take it for one");
-  EXPECT_FALSE(exists(endpoint_file));
 }
 
 }  // namespace
