@@ -60,6 +60,12 @@ bool start_libraries(std::string* out_reason) {
   return true;
 }
 
+// Whose users' hives the store serves, which is settled before the first use of one.
+void settle_store(bool machine_wide) {
+  void* const entry = reinterpret_cast<void*>(GetProcAddress(LoadLibraryA(store_library), "KvIHostedRegistry"));
+  if (entry != nullptr) reinterpret_cast<void* (*)(int)>(entry)(machine_wide ? 1 : 0);
+}
+
 bool find_files(Life& life, std::string* out_reason) {
   if (life.options.machine_wide) {
     life.files = impl::machine_endpoint();
@@ -115,17 +121,16 @@ decltype(&KvRegssRun) server_entry() {
   return reinterpret_cast<decltype(&KvRegssRun)>(entry);
 }
 
-int run_server(Life& life) {
+int run_server(Life& life, int stop) {
   const auto run = server_entry();
   if (run == nullptr) return fail(std::string(server_library) + " has no entry KvRegssRun");
-  const Signals signals(tell_manager_stopping, [&life] { reload(life); });
   Regss_Options options{};
   options.sockets = life.endpoint->sockets().data();
   options.socket_count = life.endpoint->sockets().size();
   options.machine_wide = life.options.machine_wide ? 1 : 0;
   options.data_folder = life.data_folder.c_str();
   options.idle_seconds = life.settings.idle_seconds;
-  options.stop = signals.stop();
+  options.stop = stop;
   options.ready = tell_ready;
   options.say = say_for_server;
   options.context = &life;
@@ -133,10 +138,13 @@ int run_server(Life& life) {
 }
 
 int serve_claimed(Life& life) {
+  settle_store(life.options.machine_wide);
   std::string reason;
   if (life.options.check && !check_hives(life.options.machine_wide, &reason)) return fail(reason);
+  // From here on a signal leaves no file behind.
+  const Signals signals(tell_manager_stopping, [&life] { reload(life); });
   if (!life.endpoint->open(life.handed_sockets)) return fail(life.endpoint->reason());
-  const int status = run_server(life);
+  const int status = run_server(life, signals.stop());
   tell_manager_stopping();
   life.endpoint->withdraw();
   if (status != ended) return fail(life.held_lines.empty() ? "the server did not begin" : life.held_lines.back());

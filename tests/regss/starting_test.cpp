@@ -1,4 +1,5 @@
 // The per-user server as a program starts it that needs it.
+#include <dlfcn.h>
 #include <sys/wait.h>
 
 #include <thread>
@@ -148,8 +149,25 @@ TEST_F(Starting, ThatFailedLeavesTheLockFree) {
   EXPECT_EQ(call().exit_status, 0);
 }
 
-TEST_F(Starting, FindsTheProgramBesideTheLibrary) {
+TEST_F(Starting, TakesTheProgramThatIsNamed) {
   EXPECT_EQ(in_program([] { printf("%s", impl::regss_file().c_str()); }, {"KVREGSS_PATH=/any/file"}).out, "/any/file");
+}
+
+// The load entry of the server's library, which lies in the build as it is installed.
+TEST_F(Starting, ByTheLoadEntryTakesTheProgramOfTheInstallation) {
+  const Child_Result result = in_program(
+      [] {
+        void* const library = dlopen(KVTEST_SERVER_LIBRARY, RTLD_NOW);
+        void* const entry = library != nullptr ? dlsym(library, "KvIOnLoadDll") : nullptr;
+        if (entry == nullptr) _exit(9);
+        reinterpret_cast<void (*)()>(entry)();
+      },
+      {"KVREGSS_PATH"});
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.err, "");
+  const std::string pid = content_of(user_pid_file());
+  EXPECT_EQ(server_of(user_endpoint_file()), pid);
+  EXPECT_EQ(std::filesystem::read_symlink("/proc/" + pid + "/exe"), std::filesystem::canonical(KVTEST_REGSS));
 }
 
 TEST_F(Starting, WithoutAHomeIsRefused) {
