@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace hive {
@@ -27,6 +28,17 @@ struct Found_Fault {
   Fault fault;
   std::int64_t key;  // 0: of no key
   std::string text;  // one line
+  // Of the key from the root of its hive, "HKEY_USERS" first below that root; nothing where no root leads to it.
+  std::optional<std::u16string> path = std::nullopt;
+  std::optional<std::u16string> value = std::nullopt;  // its name, where it is about one
+};
+
+// What a hive holds. Roots are keys; sizes are in bytes.
+struct Hive_Counts {
+  std::uint64_t keys = 0;
+  std::uint64_t volatile_keys = 0;  // of them
+  std::uint64_t values = 0;
+  std::uint64_t data_size = 0;
 };
 
 }  // namespace hive

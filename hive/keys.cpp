@@ -5,6 +5,7 @@
 #include "hive/boot.h"
 #include "hive/clock.h"
 #include "hive/name.h"
+#include "hive/store/schema.h"
 #include "hive/store/statement.h"
 #include "hive/tree.h"
 #include "hive/watch/change_log.h"
@@ -93,6 +94,27 @@ bool may_be_made(Path_Parts parts, int depth_of_last) {
   return depth_of_last <= max_key_depth;
 }
 
+// The key's own rows; its sub-keys are gone.
+Status drop_key(Connection& connection, std::int64_t key, const Key_Row& row) {
+  Statement(connection, Query::drop_large_of_key).bind(1, key).run();
+  Statement(connection, Query::drop_key).bind(1, key).run();
+  log_removal(connection, key, row.parent);
+  return note_lost_child(connection, row.parent, row);
+}
+
+Status note_renamed_child(Connection& connection, std::int64_t parent, std::string_view before, std::string_view now) {
+  Key_Row row;
+  if (read_key(connection, parent, &row) != Status::ok) return connection.failed_or(Status::damaged);
+  const std::uint32_t longest = std::max(row.max_child_units, units(now));
+  const bool longest_went = units(before) == row.max_child_units;
+  const std::uint32_t max_units =
+      longest_went ? largest_of_children(connection, Query::child_name_units, parent, longest) : longest;
+  Statement changed(connection, Query::children_changed);
+  changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
+  changed.bind(4, row.children).bind(5, max_units).bind(6, row.max_class_units);
+  return changed.run();
+}
+
 // One part of a path that is made: a sub-key of *key, which becomes it.
 Status create_child(Connection& connection, std::int64_t* key, std::u16string_view name, const Creation& creation,
                     bool is_last) {
@@ -178,11 +200,36 @@ Status remove_key(Connection& connection, std::int64_t key) {
   Status status = read_key(connection, key, &row);
   if (status != Status::ok) return status;
   if (row.parent == 0) return Status::denied;
-  if (row.children > 0) return Status::has_children;
-  Statement(connection, Query::drop_large_of_key).bind(1, key).run();
-  Statement(connection, Query::drop_key).bind(1, key).run();
-  log_removal(connection, key, row.parent);
-  return note_lost_child(connection, row.parent, row);
+  return row.children > 0 ? Status::has_children : drop_key(connection, key, row);
+}
+
+Status remove_tree(Connection& connection, std::int64_t key) {
+  Key_Row row;
+  Status status = read_key(connection, key, &row);
+  if (status != Status::ok) return status;
+  if (row.parent == 0) return Status::denied;
+  log_replacement(connection, key);
+  status = remove_content(connection, key);
+  return status == Status::ok ? drop_key(connection, key, row) : status;
+}
+
+Status rename_key(Connection& connection, std::int64_t key, std::u16string_view name) {
+  if (name.empty() || name.size() > max_key_name_units || name.find(u'\\') != name.npos) return Status::invalid;
+  Key_Row row;
+  const Status status = read_key(connection, key, &row);
+  if (status != Status::ok) return status;
+  if (row.parent == 0 || row.parent == users_key) return Status::denied;
+  const std::string folded = folded_form(name);
+  if (folded != row.folded && find_child(connection, row.parent, folded) != 0) return Status::exists;
+  const std::string stored = stored_form(name);
+  const auto now = static_cast<std::int64_t>(file_time_now());
+  {
+    Statement rename(connection, Query::rename_key);
+    rename.bind(1, key).bind(2, folded).bind(3, stored).bind(4, connection.take_id()).bind(5, now).run();
+  }
+  connection.note_changed(key);
+  log_change(connection, row.parent, way_name);
+  return note_renamed_child(connection, row.parent, row.folded, folded);
 }
 
 int depth_of(Connection& connection, std::int64_t key) {

@@ -44,6 +44,11 @@ Status create_key(Connection& connection, std::int64_t at, std::u16string_view p
                   std::int64_t* out, bool* out_created);
 // A key without sub-keys, with its values.
 Status remove_key(Connection& connection, std::int64_t key);
+// A key and all below it, volatile ones too.
+Status remove_tree(Connection& connection, std::int64_t key);
+// exists when the parent has another key of this name; denied for a root and for what stands directly below the root
+// of HKEY_USERS.
+Status rename_key(Connection& connection, std::int64_t key, std::u16string_view name);
 
 // What a new row says of itself; class and names in stored form.
 struct New_Key {

@@ -3,6 +3,7 @@
 #include "hive/keys.h"
 #include "hive/registry.h"
 #include "hive/store/schema.h"
+#include "hive/store/statement.h"
 #include "hive/tree_copy.h"
 #include "hive/watch/change_log.h"
 
@@ -23,8 +24,19 @@ Status load_tree(Connection& connection, std::int64_t at, std::u16string_view pa
   Tree_Writer writer(connection, key, static_cast<std::size_t>(depth_of(connection, key)));
   std::string reason;
   status = source.read([&](Connection& from) { return walk_tree(from, root_key, writer); }, &reason);
+  if (status == Status::ok && (created || (row.flags & key_flag_loaded) != 0)) {
+    status = Statement(connection, Query::mark_loaded).bind(1, key).bind(2, key_flag_loaded).run();
+  }
   if (status != Status::ok || row.parent == 0) return status;
   return note_changed_class(connection, row.parent);
+}
+
+Status unload_tree(Connection& connection, std::int64_t key) {
+  Key_Row row;
+  const Status status = read_key(connection, key, &row);
+  if (status != Status::ok) return status;
+  if (row.parent == 0) return Status::denied;
+  return (row.flags & key_flag_loaded) == 0 ? Status::invalid : remove_tree(connection, key);
 }
 
 }  // namespace hive

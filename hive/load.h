@@ -14,4 +14,7 @@ namespace hive {
 // unless the answer is ok.
 Status load_tree(Connection& connection, std::int64_t at, std::u16string_view path, Foreign_Hive& source);
 
+// Removes the key that load_tree has made, with all below it; invalid for any other.
+Status unload_tree(Connection& connection, std::int64_t key);
+
 }  // namespace hive

@@ -132,6 +132,19 @@ Status Registry::remove(const Key& at, std::u16string_view path) {
   });
 }
 
+Status Registry::rename(const Key& at, std::u16string_view path, std::u16string_view name) {
+  Parts::Start start;
+  Status status = parts_->start_of(at, path, &start);
+  if (status != Status::ok) return status;
+  if (is_same_root(start.key, start.path)) return Status::denied;
+  if (start.key->place == Place::nothing) return Status::not_found;
+  return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
+    std::int64_t number = 0;
+    const Status found = find_key(connection, key, start.path, &number);
+    return found == Status::ok ? rename_key(connection, number, name) : found;
+  });
+}
+
 Status Registry::flush(const Key& key) {
   return key->place == Place::nothing ? Status::ok : key->hive->use(&flush_to_disk);
 }

@@ -104,6 +104,9 @@ class Registry {
   // itself. At most 512 keys deep, with classes up to 16,383 units: else invalid.
   Status create(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key, bool* out_created);
   Status remove(const Key& at, std::u16string_view path);
+  // Another name for the key at a path, in place: it keeps its handles. exists: its parent has another key of the name;
+  // invalid: no name of a key; denied: a root, or directly below HKEY_USERS.
+  Status rename(const Key& at, std::u16string_view path, std::u16string_view name);
 
   Status enumerate_key(const Key& key, std::uint32_t index, Text_Out& name, Text_Out* class_name,
                        std::uint64_t* out_last_write_time);
@@ -139,9 +142,12 @@ class Registry {
   // newer_version, denied: of the file; busy: also a hive that is in use here; invalid: it would be too deep;
   // must_be_volatile: the key is volatile.
   Status load(const Key& at, std::u16string_view path, const std::string& file);
-  // Looks the key's hive through, or a hive file that is not in use here; what is wrong is told, nothing changed.
-  Status check(const Key& key, std::vector<Found_Fault>* out);
-  Status check_file(const std::string& file, std::vector<Found_Fault>* out);
+  // Removes the key at a path that load has made, with all below it. invalid: it was not made so; denied: a root.
+  Status unload(const Key& at, std::u16string_view path);
+  // Looks the key's hive through, or a hive file that is not in use here; what is wrong is told, nothing changed. What
+  // the hive holds is counted where its structure is good, if anybody asks.
+  Status check(const Key& key, std::vector<Found_Fault>* out, Hive_Counts* out_counts = nullptr);
+  Status check_file(const std::string& file, std::vector<Found_Fault>* out, Hive_Counts* out_counts = nullptr);
   // Every hive that is open or stands, consistent, into a folder (made when missing): "machine.hive" and
   // "user.hive", each a hive file that can be put in the place of the one it was copied from. A path that is
   // no folder: exists.

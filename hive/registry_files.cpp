@@ -20,10 +20,10 @@ Hive& workshop() {
   return hive;
 }
 
-Status check_foreign(Foreign_Hive& file, std::vector<Found_Fault>* out) {
+Status check_foreign(Foreign_Hive& file, std::vector<Found_Fault>* out, Hive_Counts* out_counts) {
   return workshop().use([&](Connection&) {
     std::string reason;
-    Status status = file.read([&](Connection& connection) { return check_hive(connection, out); }, &reason);
+    Status status = file.read([&](Connection& connection) { return check_hive(connection, out, out_counts); }, &reason);
     if (status == Status::damaged && out->empty()) out->push_back({Fault::structure, 0, reason});
     return status;
   });
@@ -52,7 +52,7 @@ Status Registry::load(const Key& at, std::u16string_view path, const std::string
   Foreign_Hive source;
   std::vector<Found_Fault> faults;
   status = source.find(file);
-  if (status == Status::ok) status = check_foreign(source, &faults);
+  if (status == Status::ok) status = check_foreign(source, &faults, nullptr);
   if (status == Status::ok && !faults.empty()) status = Status::damaged;
   if (status != Status::ok) return status;
   return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
@@ -65,20 +65,34 @@ Status Registry::load(const Key& at, std::u16string_view path, const std::string
   });
 }
 
-Status Registry::check(const Key& key, std::vector<Found_Fault>* out) {
-  out->clear();
-  if (key->place == Place::nothing) return Status::ok;
-  return key->hive->read([&](Connection& connection) {
-    out->clear();
-    return check_hive(connection, out);
+Status Registry::unload(const Key& at, std::u16string_view path) {
+  Parts::Start start;
+  Status status = parts_->start_of(at, path, &start);
+  if (status != Status::ok) return status;
+  if (start.key->place == Place::nothing) return Status::not_found;
+  return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
+    std::int64_t number = 0;
+    const Status found = find_key(connection, key, start.path, &number);
+    return found == Status::ok ? unload_tree(connection, number) : found;
   });
 }
 
-Status Registry::check_file(const std::string& file, std::vector<Found_Fault>* out) {
+Status Registry::check(const Key& key, std::vector<Found_Fault>* out, Hive_Counts* out_counts) {
   out->clear();
+  if (out_counts != nullptr) *out_counts = {};
+  if (key->place == Place::nothing) return Status::ok;
+  return key->hive->read([&](Connection& connection) {
+    out->clear();
+    return check_hive(connection, out, out_counts);
+  });
+}
+
+Status Registry::check_file(const std::string& file, std::vector<Found_Fault>* out, Hive_Counts* out_counts) {
+  out->clear();
+  if (out_counts != nullptr) *out_counts = {};
   Foreign_Hive source;
   Status status = source.find(file);
-  return status == Status::ok ? check_foreign(source, out) : status;
+  return status == Status::ok ? check_foreign(source, out, out_counts) : status;
 }
 
 void Registry::note_orderly_end() {

@@ -14,7 +14,8 @@
 
 namespace hive {
 
-inline constexpr std::uint32_t key_flag_link = 1;  // the key is a symbolic link
+inline constexpr std::uint32_t key_flag_link = 1;    // the key is a symbolic link
+inline constexpr std::uint32_t key_flag_loaded = 2;  // loading a hive file has made the key; in no image or saved key
 
 struct Key_Record {
   std::u16string_view name;  // empty for the top of a tree: its place has a name, or it is a root

@@ -20,6 +20,8 @@ struct Level {
   std::string last_child;
 };
 
+std::uint32_t lasting(std::uint32_t flags) { return flags & ~key_flag_loaded; }
+
 Status show_values(Connection& connection, std::int64_t key, Tree_Visitor& visitor) {
   Statement values(connection, Query::values_of_key);
   values.bind(1, key);
@@ -43,7 +45,7 @@ Status show_top(Connection& connection, std::int64_t key, Tree_Visitor& visitor)
   Status status = read_key(connection, key, &row);
   if (status != Status::ok) return status;
   std::u16string class_name = units_of(row.class_name);
-  status = visitor.begin_key({{}, class_name, row.written, row.mode, row.owner, row.group, row.flags});
+  status = visitor.begin_key({{}, class_name, row.written, row.mode, row.owner, row.group, lasting(row.flags)});
   return status == Status::ok ? show_values(connection, key, visitor) : status;
 }
 
@@ -59,7 +61,7 @@ Status show_next_child(Connection& connection, std::vector<Level>& levels, Tree_
     std::u16string class_name = units_of(next.text(3));
     std::string folded(next.text(1));
     Status status = visitor.begin_key({name, class_name, static_cast<std::uint64_t>(next.number(4)), next.number32(5),
-                                       next.number32(6), next.number32(7), next.number32(8)});
+                                       next.number32(6), next.number32(7), lasting(next.number32(8))});
     if (status != Status::ok) return status;
     levels.back().last_child = std::move(folded);
   }

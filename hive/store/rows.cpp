@@ -19,6 +19,8 @@ bool Rows::next() {
   return false;
 }
 
+int Rows::columns() { return sqlite3_column_count(statement_); }
+
 bool Rows::is_null(int column) { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
 std::int64_t Rows::number(int column) { return sqlite3_column_int64(statement_, column); }

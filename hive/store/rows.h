@@ -17,6 +17,7 @@ class Rows {
   Rows& operator=(const Rows&) = delete;
 
   bool next();
+  int columns();
   bool is_null(int column);
   std::int64_t number(int column);
   // As long as the row is the current one.

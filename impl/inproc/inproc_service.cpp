@@ -39,6 +39,11 @@ DWORD Inproc_Service::load_key(HKEY key, std::u16string_view path, const char* f
                   [&](const hive::Key& at, DWORD) { return registry_.load(at, path, file); });
 }
 
+DWORD Inproc_Service::unload_key(HKEY key, std::u16string_view path) {
+  return with_key(key, KEY_SET_VALUE | KEY_CREATE_SUB_KEY,
+                  [&](const hive::Key& at, DWORD) { return registry_.unload(at, path); });
+}
+
 DWORD Inproc_Service::backup(const char* path) { return code_of(registry_.backup(path)); }
 
 DWORD Inproc_Service::user_image(std::vector<BYTE>* out_image) { return code_of(registry_.user_image(out_image)); }

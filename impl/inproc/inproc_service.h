@@ -40,6 +40,10 @@ class Inproc_Service final : public Registry_Service {
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
+  DWORD unload_key(HKEY key, std::u16string_view path) override;
+  DWORD rename_key(HKEY key, std::u16string_view path, std::u16string_view new_name) override;
+  DWORD check_key(HKEY key, Hive_Report* out_report) override;
+  DWORD check_file(const char* file, Hive_Report* out_report) override;
   DWORD begin_batch() override;
   DWORD commit_batch(std::vector<Batch_Hive>* out_hives) override;
   DWORD abandon_batch() override;

@@ -70,6 +70,11 @@ DWORD Inproc_Service::delete_key(HKEY key, std::u16string_view path) {
   return with_key(key, 0, [&](const hive::Key& at, DWORD) { return registry_.remove(at, path); });
 }
 
+DWORD Inproc_Service::rename_key(HKEY key, std::u16string_view path, std::u16string_view new_name) {
+  return with_key(key, KEY_SET_VALUE | KEY_CREATE_SUB_KEY,
+                  [&](const hive::Key& at, DWORD) { return registry_.rename(at, path, new_name); });
+}
+
 DWORD Inproc_Service::flush_key(HKEY key) {
   return with_key(key, 0, [&](const hive::Key& at, DWORD) { return registry_.flush(at); });
 }
