@@ -24,9 +24,8 @@ BOOL say_fault(void* context, const KvHiveFault* fault) {
   return TRUE;
 }
 
-bool check_hive(HKEY root, std::string name, std::string* out_reason) {
-  KvHiveCounts counts{};
-  const LSTATUS code = KvCheckKey(root, &counts, say_fault, &name);
+// The answer of a look through a hive.
+bool judge(const std::string& name, LSTATUS code, const KvHiveCounts& counts, std::string* out_reason) {
   if (code != ERROR_SUCCESS) {
     *out_reason = name + " cannot be looked through: error " + std::to_string(code);
     return false;
@@ -39,11 +38,25 @@ bool check_hive(HKEY root, std::string name, std::string* out_reason) {
   return false;
 }
 
+bool check_root(HKEY root, std::string name, std::string* out_reason) {
+  KvHiveCounts counts{};
+  const LSTATUS code = KvCheckKey(root, &counts, say_fault, &name);
+  return judge(name, code, counts, out_reason);
+}
+
+// One that is not made yet has no fault.
+bool check_file(const std::string& file, std::string name, std::string* out_reason) {
+  KvHiveCounts counts{};
+  const LSTATUS code = KvCheckHiveFile(file.c_str(), &counts, say_fault, &name);
+  return code == ERROR_FILE_NOT_FOUND || judge(name, code, counts, out_reason);
+}
+
 }  // namespace
 
-bool check_hives(bool machine_wide, std::string* out_reason) {
-  return check_hive(HKEY_LOCAL_MACHINE, "The machine's hive", out_reason) &&
-         (machine_wide || check_hive(HKEY_CURRENT_USER, "The user's hive", out_reason));
+bool check_hives(const std::string& file_of_users, std::string* out_reason) {
+  if (!check_root(HKEY_LOCAL_MACHINE, "The machine's hive", out_reason)) return false;
+  return file_of_users.empty() ? check_root(HKEY_CURRENT_USER, "The user's hive", out_reason)
+                               : check_file(file_of_users, "The users' hive", out_reason);
 }
 
 }  // namespace regss

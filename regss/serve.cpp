@@ -140,7 +140,8 @@ int run_server(Life& life, int stop) {
 int serve_claimed(Life& life) {
   settle_store(life.options.machine_wide);
   std::string reason;
-  if (life.options.check && !check_hives(life.options.machine_wide, &reason)) return fail(reason);
+  const std::string file_of_users = life.options.machine_wide ? life.data_folder + "/registry/users" : "";
+  if (life.options.check && !check_hives(file_of_users, &reason)) return fail(reason);
   // From here on a signal leaves no file behind.
   const Signals signals(tell_manager_stopping, [&life] { reload(life); });
   if (!life.endpoint->open(life.handed_sockets)) return fail(life.endpoint->reason());
