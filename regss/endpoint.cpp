@@ -15,7 +15,7 @@
 namespace regss {
 namespace {
 
-constexpr std::chrono::seconds lock_limit(30);
+constexpr std::chrono::seconds lock_limit(60);
 constexpr std::chrono::seconds lock_limit_at_end(5);
 constexpr mode_t folder_mode = 0755;
 constexpr mode_t endpoint_file_mode = 0644;

@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds start_limit(30);
+constexpr std::chrono::seconds start_limit(60);
 constexpr std::chrono::milliseconds pause_between(5);
 
 bool complain(const std::string& reason) {

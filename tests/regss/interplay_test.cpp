@@ -60,7 +60,7 @@ TEST_F(Interplay, TheExportedLockKeepsTheServerFromBeginning) {
   const auto server = begin(machine());
   // It has opened the pid file and waits: none of the endpoint is its own yet.
   const std::string opened = "/proc/" + server->number() + "/fd";
-  for (bool waits = false; !waits;) {
+  for (bool waits = false; !waits && !server->has_ended();) {
     std::error_code ignored;
     for (const auto& entry : std::filesystem::directory_iterator(opened, ignored))
       waits = waits || std::filesystem::read_symlink(entry.path(), ignored) == pid_file;

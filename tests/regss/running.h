@@ -92,6 +92,10 @@ class Running {
   std::string number() const { return std::to_string(pid_); }
   void send(int signal) const { kill(pid_, signal); }
   int end_descriptor() const { return pidfd_.number(); }
+  bool has_ended() const {
+    pollfd end = {pidfd_.number(), POLLIN, 0};
+    return poll(&end, 1, 0) != 0;
+  }
   // Its exit status, or minus the signal that ended it; waits for the end.
   int status() {
     if (ended_) return status_;
