@@ -10,6 +10,7 @@ namespace hive {
 
 inline constexpr const char* machine_backup_name = "machine.hive";
 inline constexpr const char* user_backup_name = "user.hive";
+inline constexpr const char* users_backup_name = "users.hive";
 
 // The folder that backups go to, made when missing, for this user alone. A path that is no folder: exists.
 Status make_backup_folder(const std::string& path);

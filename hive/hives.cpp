@@ -15,6 +15,7 @@ constexpr mode_t everybody_reads_and_writes = 0666;
 constexpr mode_t everybody_may_all = 0777;
 constexpr mode_t owner_reads_and_writes = 0600;
 constexpr mode_t owner_may_all = 0700;
+constexpr mode_t owner_changes_others_read = 0755;
 
 std::condition_variable_any& answered() {
   static std::condition_variable_any& condition = *new std::condition_variable_any;
@@ -30,6 +31,11 @@ std::shared_ptr<Hive> Hives::machine() { return use(machine_, &Hives::make_machi
 
 std::shared_ptr<Hive> Hives::user() { return use(user_, &Hives::make_user); }
 
+std::shared_ptr<Hive> Hives::users() {
+  if (!locations_->serves_all_users()) return nullptr;
+  return use(users_, &Hives::make_users);
+}
+
 std::shared_ptr<Hive> Hives::machine_if_used() const {
   std::lock_guard lock(opening_mutex());
   return machine_.hive;
@@ -38,6 +44,11 @@ std::shared_ptr<Hive> Hives::machine_if_used() const {
 std::shared_ptr<Hive> Hives::user_if_used() const {
   std::lock_guard lock(opening_mutex());
   return user_.hive;
+}
+
+std::shared_ptr<Hive> Hives::users_if_used() const {
+  std::lock_guard lock(opening_mutex());
+  return users_.hive;
 }
 
 bool Hives::begin_asking(Slot& slot) {
@@ -86,6 +97,11 @@ std::shared_ptr<Hive> Hives::make_user() {
     return import_user(connection, user_image_file_, findings);
   };
   return std::make_shared<Hive>(std::move(file), std::move(traits), complain_);
+}
+
+std::shared_ptr<Hive> Hives::make_users() {
+  Hive_Traits traits{owner_reads_and_writes, owner_changes_others_read, false, nullptr, nullptr};
+  return std::make_shared<Hive>(locations_->users_hive(), std::move(traits), complain_);
 }
 
 }  // namespace hive

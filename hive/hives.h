@@ -18,9 +18,12 @@ class Hives {
   // Null only for a thread that is asking the locations at this moment.
   std::shared_ptr<Hive> machine();
   std::shared_ptr<Hive> user();
+  // The hive of all users; null when each has one.
+  std::shared_ptr<Hive> users();
   // Those that were used so far, else null.
   std::shared_ptr<Hive> machine_if_used() const;
   std::shared_ptr<Hive> user_if_used() const;
+  std::shared_ptr<Hive> users_if_used() const;
 
   // The per-user file that images are made for; once the user's hive was used.
   const std::string& user_image_file() const { return user_image_file_; }
@@ -39,11 +42,13 @@ class Hives {
   bool begin_asking(Slot& slot);
   std::shared_ptr<Hive> make_machine();
   std::shared_ptr<Hive> make_user();
+  std::shared_ptr<Hive> make_users();
 
   std::unique_ptr<Locations> locations_;
   Complain complain_;
-  Slot machine_;  // both guarded by the opening mutex
+  Slot machine_;  // all guarded by the opening mutex
   Slot user_;
+  Slot users_;
   std::string user_image_file_;
 };
 

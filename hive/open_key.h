@@ -49,6 +49,7 @@ class alignas(64) Open_Key {
   // Of the enumerations through this handle; each with a lock of its own.
   Position keys;
   Position values;
+  Position users;  // HKEY_USERS: in the hive of all users
 
   Watch_Handle watching;
   Watch_Handle watching_user;  // the user's hive, for the keys below HKEY_USERS

@@ -128,7 +128,8 @@ Status Registry::remove(const Key& at, std::u16string_view path) {
     std::int64_t number = 0;
     Status found = find_key(connection, key, start.path, &number);
     if (found != Status::ok) return found;
-    return is_protected ? Status::denied : remove_key(connection, number);
+    if (is_protected || parts_->is_user_key(start.key, connection, number)) return Status::denied;
+    return remove_key(connection, number);
   });
 }
 
@@ -141,6 +142,7 @@ Status Registry::rename(const Key& at, std::u16string_view path, std::u16string_
   return parts_->write(start.key, [&](Connection& connection, std::int64_t key) {
     std::int64_t number = 0;
     const Status found = find_key(connection, key, start.path, &number);
+    if (found == Status::ok && parts_->is_user_key(start.key, connection, number)) return Status::denied;
     return found == Status::ok ? rename_key(connection, number, name) : found;
   });
 }

@@ -11,9 +11,10 @@ Status Registry::commit_batch(std::vector<Batch_Result>* out) {
   std::vector<Batch::Ending> endings;
   const Status status = Batch::commit(&endings);
   const std::shared_ptr<Hive> user = parts_->hives.user_if_used();
+  const std::shared_ptr<Hive> users = parts_->hives.users_if_used();
   out->clear();
   for (const Batch::Ending& ending : endings) {
-    const Root root = ending.hive == user ? Root::current_user : Root::machine;
+    const Root root = ending.hive == user ? Root::current_user : ending.hive == users ? Root::users : Root::machine;
     out->push_back({root, ending.hive->path(), ending.status});
   }
   return status;

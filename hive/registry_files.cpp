@@ -96,7 +96,8 @@ Status Registry::check_file(const std::string& file, std::vector<Found_Fault>* o
 }
 
 void Registry::note_orderly_end() {
-  for (const std::shared_ptr<Hive>& hive : {parts_->hives.machine_if_used(), parts_->hives.user_if_used()}) {
+  for (const std::shared_ptr<Hive>& hive :
+       {parts_->hives.machine_if_used(), parts_->hives.user_if_used(), parts_->hives.users_if_used()}) {
     if (hive != nullptr) hive->note_orderly_end();
   }
 }
@@ -106,6 +107,9 @@ Status Registry::backup(const std::string& path) {
   std::shared_ptr<Hive> machine = parts_->hives.machine();
   if (status == Status::ok && machine == nullptr) status = Status::io_failed;
   if (status == Status::ok) status = back_up(*machine, path, machine_backup_name);
+  if (status == Status::ok && parts_->hives.users() != nullptr) {
+    return back_up(*parts_->hives.users(), path, users_backup_name);
+  }
   std::shared_ptr<Hive> user = parts_->hives.user();
   bool stands = user != nullptr && (user->is_private() || access(user->path().c_str(), F_OK) == 0);
   if (status == Status::ok && stands) status = back_up(*user, path, user_backup_name);

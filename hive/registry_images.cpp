@@ -1,5 +1,8 @@
 // Images of the user's hive.
+#include <unistd.h>
 #include "hive/batch.h"
+
+#include "hive/clock.h"
 #include "hive/image/image.h"
 #include "hive/image/image_file.h"
 #include "hive/image/user_image.h"
@@ -63,7 +66,39 @@ Status outrank(Hive& hive, const Hive_Mark& in_file) {
   });
 }
 
+// An image of a key of the users' hive counts for no hive: whoever imports it takes all of it, each time.
+class User_Key_Source : public Tree_Source {
+ public:
+  explicit User_Key_Source(const Key& key) : key_(key) {}
+
+  Status walk(Image_Head* out_head, Tree_Visitor& visitor) override {
+    return key_->hive->read([&](Connection& connection) {
+      if (walked_) return Status::io_failed;
+      walked_ = true;
+      *out_head = {};
+      out_head->self.identity = connection.identity;
+      out_head->self.identity[0] ^= static_cast<unsigned char>(key_->number);
+      out_head->self.number = file_time_now();
+      return walk_tree(connection, key_->number, visitor);
+    });
+  }
+
+ private:
+  const Key key_;
+  bool walked_ = false;
+};
+
 }  // namespace
+
+Status Registry::image_of_user(uid_t user, std::vector<unsigned char>* out_image) {
+  out_image->clear();
+  if (parts_->hives.users() == nullptr) return user == geteuid() ? user_image(out_image) : Status::denied;
+  Key key;
+  const Status status = parts_->user_key(user, &key);
+  if (status != Status::ok) return status;
+  User_Key_Source source(key);
+  return make_user_image(source, out_image);
+}
 
 Status Registry::user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();

@@ -7,12 +7,10 @@
 #include "hive/keys.h"
 #include "hive/name.h"
 #include "hive/store/schema.h"
+#include "hive/user_name.h"
 
 namespace hive {
 namespace {
-
-// Users of this machine, by their number.
-std::u16string name_of_user(uid_t user) { return units_of("S-1-5-21-0-0-0-" + std::to_string(user)); }
 
 Status make_by_path(const Open_Key& key) {
   return key.hive->write([&](Connection& connection) {
@@ -76,6 +74,7 @@ Status Registry::Parts::start_of(const Key& at, std::u16string_view path, Start*
   *out = {at, path};
   Path_Parts parts(path);
   if (at->place != Place::users || !parts.more()) return Status::ok;
+  if (hives.users() != nullptr) return start_of_users(out);
   if (fold_case(parts.next()) != fold_case(user_name)) return Status::ok;
   out->path = parts.rest();
   return user_root(&out->key);
@@ -88,6 +87,7 @@ bool Registry::Parts::is_users_own(const Start& start) {
 }
 
 Status Registry::Parts::user_root(Key* out) {
+  if (hives.users() != nullptr) return user_key(geteuid(), out);
   std::shared_ptr<Hive> user = hives.user();
   if (user == nullptr) return Status::io_failed;
   *out = std::make_shared<Open_Key>(std::move(user), root_key);

@@ -16,16 +16,27 @@ struct Registry::Parts {
   Status read(const Key& key, Work work);
   Status write(const Key& key, Work work);
 
-  // Where a path from a key leads first: below HKEY_USERS the user's own name leads into the user's hive.
+  // Where a path from a key leads first: below HKEY_USERS the names of users lead into their hive.
   struct Start {
     Key key;
     std::u16string_view path;
   };
   Status start_of(const Key& at, std::u16string_view path, Start* out);
+  Status start_of_users(Start* start);
   // Whether a path names HKEY_USERS itself or a key directly below it.
   static bool is_users_own(const Start& start);
 
+  // HKEY_CURRENT_USER: the user's own hive, or the user's key in that of all users.
   Status user_root(Key* out);
+  // The key of a user in the hive of all users, which there must be.
+  Status user_key(uid_t user, Key* out);
+  // The root of the hive whose keys stand below HKEY_USERS beside those of the machine hive: the users', or the user's
+  // own, which is itself such a key.
+  Status second_root(Key* out);
+  // A key of a user itself stays as long as the hive of all users.
+  bool is_user_key(const Key& at, Connection& connection, std::int64_t number);
+
+  Status add_users(Key_Counts* counts, Status status);
 
   // One call for a key, kept in this handle of it.
   Status watch(const Key& at, Watch_Handle& handle, const Watch_Call& call);

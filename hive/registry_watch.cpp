@@ -37,17 +37,19 @@ void Registry::end_watches(const Key& key) {
   if (key->place == Place::nothing) return;
   key->hive->watch_post().end(key->watching);
   if (key->place != Place::users) return;
-  if (const std::shared_ptr<Hive> user = parts_->hives.user_if_used()) user->watch_post().end(key->watching_user);
+  for (const std::shared_ptr<Hive>& second : {parts_->hives.users_if_used(), parts_->hives.user_if_used()}) {
+    if (second != nullptr) return second->watch_post().end(key->watching_user);
+  }
 }
 
-// The user's hive stands below HKEY_USERS.
+// The user's hive stands below HKEY_USERS, or the hive of all users does.
 Status Registry::watch(const Key& key, bool subtree, Ways filter, std::shared_ptr<Watch_Target> target) {
   if (key->place == Place::nothing) return Status::unsupported;
   if (Batch::of_thread() != nullptr) return Status::in_batch;
   if (key->place != Place::users || !subtree) return parts_->watch(key, key->watching, {subtree, filter, target});
   const auto once = std::make_shared<Told_Once>(std::move(target));
   Key user;
-  Status status = parts_->user_root(&user);
+  Status status = parts_->second_root(&user);
   if (status == Status::ok) status = parts_->watch(user, key->watching_user, {true, filter, once});
   if (status != Status::ok) return status;
   status = parts_->watch(key, key->watching, {true, filter, once});

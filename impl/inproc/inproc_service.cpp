@@ -21,10 +21,12 @@ void complain(const std::string& line) { KvConsoleMessage("kelvane registry: %s\
 
 }  // namespace
 
-Registry_Service& registry_service() {
+Inproc_Service& inproc_service() {
   static Inproc_Service* const service = new Inproc_Service;
   return *service;
 }
+
+Registry_Service& registry_service() { return inproc_service(); }
 
 Inproc_Service::Inproc_Service()
     : registry_(std::make_unique<Process_Locations>(complain), complain), roots_(registry_, handles_) {}

@@ -59,6 +59,9 @@ class Inproc_Service final : public Registry_Service {
   DWORD shut_down() override;
   DWORD list_connected(RegistryConnection* list, DWORD* count) override;
 
+  // The store, for who serves it to others.
+  hive::Registry& registry() { return registry_; }
+
  private:
   // Calls operation(key, access), which gives a Status, with what a handle stands for, and answers its code:
   // ERROR_INVALID_HANDLE for an unknown handle, ERROR_ACCESS_DENIED for one without the right.
@@ -100,5 +103,7 @@ DWORD Inproc_Service::read_key(HKEY handle, DWORD right, Operation operation) {
   if ((glance.access() & right) != right) return ERROR_ACCESS_DENIED;
   return code_of(operation(glance.section(), glance.key()));
 }
+
+Inproc_Service& inproc_service();
 
 }  // namespace impl

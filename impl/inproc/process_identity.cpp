@@ -1,37 +1,23 @@
-// The start of a process is the 22nd field of its "stat" file, the 20th behind the name, which may hold anything.
 #include "impl/inproc/process_identity.h"
 
 #include <unistd.h>
 
 #include <charconv>
-#include <sstream>
 
 #include "hive/boot.h"
-#include "impl/inproc/whole_file.h"
+#include "impl/inproc/process_start.h"
 
 namespace impl {
 namespace {
 
-constexpr int fields_before_start = 19;
 constexpr std::size_t run_length = 8;
 constexpr std::size_t max_length = 63;
-
-std::string start_of(const std::string& folder) {
-  const std::string all = content_of(folder + "/stat").value_or("");
-  const std::size_t name_end = all.rfind(')');
-  if (name_end == all.npos) return "";
-  std::istringstream fields(all.substr(name_end + 1));
-  std::string field;
-  for (int i = 0; i < fields_before_start; ++i) fields >> field;
-  fields >> field;
-  return field;
-}
 
 }  // namespace
 
 std::string identity_of(pid_t pid) {
   if (pid <= 0) return "";
-  const std::string start = start_of("/proc/" + std::to_string(pid));
+  const std::string start = start_of_process(pid);
   return start.empty() ? "" : std::to_string(pid) + "-" + start + "-" + hive::boot_identity().substr(0, run_length);
 }
 

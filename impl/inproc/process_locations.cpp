@@ -4,6 +4,7 @@
 #include <kelvane/advapi32.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -13,7 +14,10 @@ namespace impl {
 namespace {
 
 constexpr const char* user_hive_name = "/hkcu.hive";
+constexpr const char* users_hive_name = "users";
 constexpr mode_t private_folder_mode = 0700;
+
+std::atomic<bool> for_all_users{false};
 
 // A name that libadvapi32 has made and handed over. While its allocations come from the system's heap the
 // name is released here; later ones are not to be released by anyone.
@@ -65,6 +69,8 @@ bool make_private_folder(std::string folder) {
 
 }  // namespace
 
+void serve_all_users() { for_all_users = true; }
+
 // Asked also by processes that need no folder: without anything that names one they are not told so.
 std::string core_data(bool make) {
   if (std::getenv("HOME") == nullptr && std::getenv("KVCORE_PRIVATE_DATA") == nullptr) return "";
@@ -93,6 +99,13 @@ std::string Process_Locations::user_hive() {
     return "";
   }
   return absolute(folder + user_hive_name);
+}
+
+bool Process_Locations::serves_all_users() { return for_all_users; }
+
+std::string Process_Locations::users_hive() {
+  const std::string machine = machine_hive();
+  return machine.empty() ? machine : machine.substr(0, machine.rfind('/') + 1) + users_hive_name;
 }
 
 mode_t Process_Locations::machine_mask() { return static_cast<mode_t>(get_kv_umask()); }

@@ -67,9 +67,32 @@ using Values = std::vector<Value>;
 using Hive_Files = std::vector<Hive_File>;
 using Connected_Clients = std::vector<Connected_Client>;
 
+// The bytes of a record's fields, about as many as they take in a message.
+inline std::size_t size_of(Number) { return sizeof(Number); }
+inline std::size_t size_of(Long_Number) { return sizeof(Long_Number); }
+inline std::size_t size_of(Bytes field) { return sizeof(Number) + field.size(); }
+inline std::size_t size_of(Numbers& field) { return sizeof(Number) * (1 + field.size()); }
+inline std::size_t size_of(Descriptor) { return sizeof(Number); }
+inline std::size_t size_of(Memory) { return 2 * sizeof(Number); }
+template <class Record>
+std::size_t size_of(std::vector<Record>& records) {
+  std::size_t size = sizeof(Number);
+  for (Record& record : records) size += size_of_fields(record);
+  return size;
+}
+template <class Record>
+std::size_t size_of_fields(Record& record) {
+  return std::apply([](auto&... field) { return (std::size_t{0} + ... + size_of(field)); }, fields_of(record));
+}
+
 // The units of a text as bytes.
 inline Bytes bytes_of(std::u16string_view text) {
   return {reinterpret_cast<const unsigned char*>(text.data()), text.size() * sizeof(char16_t)};
+}
+
+// The text of such bytes, which lie at an even address in every message; an odd last byte is left out.
+inline std::u16string_view text_of(Bytes bytes) {
+  return {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / sizeof(char16_t)};
 }
 
 }  // namespace impl::wire

@@ -22,7 +22,7 @@ int write_field(sd_bus_message* message, Bytes field) {
   return sd_bus_message_append_array(message, 'y', field.data(), field.size());
 }
 
-int write_field(sd_bus_message* message, const Numbers& field) {
+int write_field(sd_bus_message* message, Numbers& field) {
   return sd_bus_message_append_array(message, 'u', field.data(), field.size() * sizeof(Number));
 }
 

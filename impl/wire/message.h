@@ -15,7 +15,7 @@ namespace impl::wire {
 int write_field(sd_bus_message* message, Number field);
 int write_field(sd_bus_message* message, Long_Number field);
 int write_field(sd_bus_message* message, Bytes field);
-int write_field(sd_bus_message* message, const Numbers& field);
+int write_field(sd_bus_message* message, Numbers& field);
 int write_field(sd_bus_message* message, Descriptor field);
 int write_field(sd_bus_message* message, Memory field);
 
@@ -34,14 +34,16 @@ int read_field(sd_bus_message* message, std::vector<Record>* out);
 template <class Record>
 int write(sd_bus_message* message, Record& record) {
   int result = 0;
-  std::apply([&](auto&... field) { (((result = write_field(message, field)) >= 0) && ...); }, fields_of(record));
+  std::apply([&](auto&... field) { static_cast<void>((((result = write_field(message, field)) >= 0) && ...)); },
+             fields_of(record));
   return result < 0 ? result : 0;
 }
 
 template <class Record>
 int read(sd_bus_message* message, Record* out) {
   int result = 0;
-  std::apply([&](auto&... field) { (((result = read_field(message, &field)) >= 0) && ...); }, fields_of(*out));
+  std::apply([&](auto&... field) { static_cast<void>((((result = read_field(message, &field)) >= 0) && ...)); },
+             fields_of(*out));
   return result < 0 ? result : 0;
 }
 

@@ -1,0 +1,92 @@
+// Listing sub-keys and values: as many as one message carries well, at least one.
+#include <winnt.h>
+
+#include <algorithm>
+
+#include "impl/inproc/status_code.h"
+#include "impl/registry_service.h"
+#include "impl/server/core.h"
+#include "impl/server/held.h"
+#include "impl/server/perform.h"
+
+namespace impl::server {
+namespace {
+
+constexpr std::size_t enough = 256 * 1024;  // bytes in one message
+constexpr std::size_t likely_size = 4096;   // bytes of a value
+
+// Lists from an index on: read(index, size) adds one and counts its bytes.
+template <class Read>
+DWORD list(wire::Number index, wire::Number most, Read read) {
+  std::size_t size = 0;
+  const wire::Number first = index;
+  do {
+    const hive::Status status = read(index, &size);
+    if (status != hive::Status::ok) return index == first ? code_of(status) : ERROR_SUCCESS;
+    ++index;
+  } while (index - first < most && size < enough && index != 0);
+  return ERROR_SUCCESS;
+}
+
+char16_t* text_room(Caller& caller, std::size_t units) {
+  return reinterpret_cast<char16_t*>(caller.scratch.room(units * sizeof(char16_t)));
+}
+
+wire::Bytes kept(Caller& caller, const hive::Text_Out& text) {
+  return caller.scratch.copy(wire::bytes_of({text.text, text.length}));
+}
+
+// The data of a value comes with it when the asker has room for it and a message does.
+hive::Status read_value(Caller& caller, const hive::Key& key, wire::Number index, std::size_t room,
+                        hive::Text_Out& name, hive::Value_Out* out) {
+  hive::Status status = hive::Status::more_data;
+  std::size_t size = std::min(room, likely_size);
+  for (int attempt = 0; attempt < 2 && status == hive::Status::more_data; ++attempt) {
+    *out = {caller.scratch.room(size), static_cast<std::uint32_t>(size), 0, 0};
+    status = caller.core.registry().enumerate_value(key, index, &name, *out);
+    size = out->size;
+    if (size > room) break;
+  }
+  return status;
+}
+
+}  // namespace
+
+DWORD perform(Caller& caller, wire::Enumerate_Keys::Question& question, wire::Enumerate_Keys::Answer* out) {
+  hive::Key key;
+  const DWORD code = held_key(caller, question.key, KEY_ENUMERATE_SUB_KEYS, &key);
+  if (code != ERROR_SUCCESS) return code;
+  hive::Text_Out name{text_room(caller, max_key_name_room), max_key_name_room, 0};
+  hive::Text_Out class_name{text_room(caller, max_class_room), max_class_room, 0};
+  return list(question.index, question.most, [&](wire::Number index, std::size_t* size) {
+    wire::Sub_Key found;
+    const hive::Status status =
+        caller.core.registry().enumerate_key(key, index, name, &class_name, &found.last_write_time);
+    if (status != hive::Status::ok) return status;
+    found.name = kept(caller, name);
+    found.class_name = kept(caller, class_name);
+    *size += wire::size_of_fields(found);
+    out->keys.push_back(found);
+    return status;
+  });
+}
+
+DWORD perform(Caller& caller, wire::Enumerate_Values::Question& question, wire::Enumerate_Values::Answer* out) {
+  hive::Key key;
+  const DWORD code = held_key(caller, question.key, KEY_QUERY_VALUE, &key);
+  if (code != ERROR_SUCCESS) return code;
+  const std::size_t room = std::min<std::size_t>(question.room, wire::max_inline_data);
+  hive::Text_Out name{text_room(caller, max_value_name_room), max_value_name_room, 0};
+  return list(question.index, question.most, [&](wire::Number index, std::size_t* size) {
+    hive::Value_Out value{};
+    const hive::Status status = read_value(caller, key, index, room, name, &value);
+    if (status != hive::Status::ok && status != hive::Status::more_data) return status;
+    wire::Value found{kept(caller, name), value.type, value.size, {}};
+    if (status == hive::Status::ok) found.data = {value.data, value.size};
+    *size += wire::size_of_fields(found);
+    out->values.push_back(found);
+    return hive::Status::ok;
+  });
+}
+
+}  // namespace impl::server

@@ -1,0 +1,77 @@
+#include "impl/server/framing.h"
+
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "impl/wire/names.h"
+
+namespace impl::server {
+namespace {
+
+constexpr std::string_view end_of_greeting = "BEGIN\r\n";
+constexpr std::size_t most_of_greeting = 4096;
+
+// The beginning of a message.
+struct Header {
+  char byte_order;
+  char type;
+  char flags;
+  char version;
+  std::uint32_t body_size;
+  std::uint32_t serial;
+  std::uint32_t fields_size;
+};
+static_assert(sizeof(Header) == 16);
+
+std::uint32_t in_order(char byte_order, std::uint32_t number) {
+  const bool is_swapped = byte_order != (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? 'l' : 'B');
+  return is_swapped ? __builtin_bswap32(number) : number;
+}
+
+bool is_too_long(const Header& header) {
+  const std::uint64_t size = std::uint64_t{in_order(header.byte_order, header.body_size)} +
+                             in_order(header.byte_order, header.fields_size) + sizeof header;
+  return size > wire::max_message;
+}
+
+}  // namespace
+
+Framing::Look Framing::look(int socket, bool is_greeting) {
+  if (is_greeting) return look_at_greeting(socket);
+  if (!knows_boundaries_) return count(socket);
+  return is_inside_ ? Look::read : look_at_header(socket);
+}
+
+// Whether the greeting may end in this step, and something stands behind its end.
+Framing::Look Framing::look_at_greeting(int socket) {
+  char bytes[most_of_greeting];
+  const ssize_t size = recv(socket, bytes, sizeof bytes, MSG_PEEK | MSG_DONTWAIT);
+  if (size < 0) return Look::read;  // there may be something to be written
+  const std::string_view seen(bytes, static_cast<std::size_t>(size));
+  const std::size_t end = seen.rfind(end_of_greeting);
+  knows_boundaries_ = end == seen.npos || end + end_of_greeting.size() == seen.size();
+  is_inside_ = false;
+  return Look::read;
+}
+
+Framing::Look Framing::look_at_header(int socket) {
+  Header header;
+  const ssize_t size = recv(socket, &header, sizeof header, MSG_PEEK | MSG_DONTWAIT);
+  if (size < 0) return errno == EAGAIN ? Look::wait : Look::read;
+  if (size == 0) return Look::read;
+  if (static_cast<std::size_t>(size) < sizeof header) return Look::more;
+  return is_too_long(header) ? Look::too_long : Look::read;
+}
+
+Framing::Look Framing::count(int socket) {
+  int there = 0;
+  if (is_inside_ && ioctl(socket, FIONREAD, &there) == 0) counted_ += static_cast<std::size_t>(there);
+  return counted_ > wire::max_message ? Look::too_long : Look::read;
+}
+
+}  // namespace impl::server

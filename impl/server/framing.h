@@ -1,0 +1,37 @@
+// Looks at what a client has sent before it is read, so that a message that is too long is never taken into memory.
+//
+// A message begins with 16 bytes that tell its length. While they are incomplete nothing is read. A client that sends
+// its first message together with the end of its greeting can only be held to less: what has come of a message that is
+// not whole is counted.
+#pragma once
+
+#include <cstddef>
+
+namespace impl::server {
+
+class Framing {
+ public:
+  enum class Look {
+    read,      // go on
+    wait,      // nothing is there
+    more,      // too little is there: to be looked at when there is more
+    too_long,  // to be parted from
+  };
+
+  // Before each step of reading; is_greeting: the client has not finished its greeting.
+  Look look(int socket, bool is_greeting);
+  // After it.
+  void took_message() { is_inside_ = false, counted_ = 0; }
+  void took_nothing() { is_inside_ = true; }
+
+ private:
+  Look look_at_greeting(int socket);
+  Look look_at_header(int socket);
+  Look count(int socket);
+
+  bool knows_boundaries_ = true;
+  bool is_inside_ = false;
+  std::size_t counted_ = 0;
+};
+
+}  // namespace impl::server

@@ -1,0 +1,156 @@
+#include "impl/server/server.h"
+
+#include <fcntl.h>
+#include <sys/epoll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+namespace impl::server {
+namespace {
+
+constexpr int most_clients_at_once = 64;
+constexpr std::uint64_t second = 1'000'000;  // microseconds
+constexpr std::uint64_t between_looks = 10 * second;
+
+// Each client is a descriptor or more.
+void allow_many_descriptors() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+bool make_non_blocking(int socket) {
+  const int flags = fcntl(socket, F_GETFL);
+  return flags >= 0 && fcntl(socket, F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+}  // namespace
+
+Server::Server(hive::Registry& registry, const Regss_Options& options)
+    : options_(options),
+      core_(registry, {options.machine_wide != 0, options.data_folder == nullptr ? "" : options.data_folder}) {}
+
+Server::~Server() {
+  sd_event_source_unref(silence_);
+  sd_event_source_unref(idle_);
+  sd_event_unref(event_);
+}
+
+int Server::run() {
+  if (!begin()) {
+    say("The registry's server cannot begin", errno);
+    return 1;
+  }
+  after_round();
+  if (options_.ready != nullptr) options_.ready(options_.context);
+  const int result = sd_event_loop(event_);
+  core_.end();
+  if (result < 0) say("The registry's server cannot go on", -result);
+  return result < 0 ? 1 : 0;
+}
+
+void Server::say(const char* what, int error) {
+  const std::string line = std::string(what) + ": " + std::strerror(error);
+  if (options_.say != nullptr) options_.say(options_.context, line.c_str());
+}
+
+// False with errno, which sd-event's calls give as their result.
+bool Server::begin() {
+  allow_many_descriptors();
+  if (!core_.open()) return false;
+  const auto done = [](int result) {
+    if (result < 0) errno = -result;
+    return result >= 0;
+  };
+  if (!done(sd_event_new(&event_)) || !done(sd_event_set_watchdog(event_, 1))) return false;
+  if (!done(sd_event_add_io(event_, nullptr, core_.ready_fd(), EPOLLIN, &on_ready, this))) return false;
+  if (!done(sd_event_add_io(event_, nullptr, core_.mail().fd(), EPOLLIN, &on_mail, this))) return false;
+  if (options_.stop >= 0 && !done(sd_event_add_io(event_, nullptr, options_.stop, EPOLLIN, &on_stop, this))) {
+    return false;
+  }
+  for (std::size_t i = 0; i < options_.socket_count; ++i) {
+    if (!listen(options_.sockets[i])) return false;
+  }
+  return set_timers();
+}
+
+bool Server::listen(int socket) {
+  if (!make_non_blocking(socket)) return false;
+  const int result = sd_event_add_io(event_, nullptr, socket, EPOLLIN, &on_client, this);
+  if (result < 0) errno = -result;
+  return result >= 0;
+}
+
+bool Server::set_timers() {
+  const auto add = [this](sd_event_source** timer, sd_event_time_handler_t handler) {
+    const int result = sd_event_add_time_relative(event_, timer, CLOCK_MONOTONIC, between_looks, 0, handler, this);
+    if (result < 0) errno = -result;
+    return result >= 0 && sd_event_source_set_enabled(*timer, SD_EVENT_OFF) >= 0;
+  };
+  return add(&silence_, &on_silence) && (options_.idle_seconds == 0 || add(&idle_, &on_idle));
+}
+
+void Server::after_round() {
+  if (core_.is_to_end()) sd_event_exit(event_, 0);
+  const bool is_idle = core_.connection_count() == 0;
+  if (idle_ == nullptr || is_idle == is_idle_) return;
+  is_idle_ = is_idle;
+  if (is_idle) sd_event_source_set_time_relative(idle_, options_.idle_seconds * second);
+  sd_event_source_set_enabled(idle_, is_idle ? SD_EVENT_ONESHOT : SD_EVENT_OFF);
+}
+
+// Without descriptors those who come wait until others have gone; they are looked at again with each round.
+int Server::on_client(sd_event_source*, int socket, std::uint32_t, void* server) {
+  auto& self = *static_cast<Server*>(server);
+  for (int i = 0; i < most_clients_at_once; ++i) {
+    wire::Unique_Fd client(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!client) break;
+    self.core_.admit(std::move(client));
+  }
+  int enabled = SD_EVENT_OFF;
+  if (sd_event_source_get_enabled(self.silence_, &enabled) >= 0 && enabled == SD_EVENT_OFF) {
+    sd_event_source_set_time_relative(self.silence_, between_looks);
+    sd_event_source_set_enabled(self.silence_, SD_EVENT_ONESHOT);
+  }
+  self.after_round();
+  return 0;
+}
+
+int Server::on_ready(sd_event_source*, int, std::uint32_t, void* server) {
+  auto& self = *static_cast<Server*>(server);
+  self.core_.serve();
+  self.after_round();
+  return 0;
+}
+
+int Server::on_mail(sd_event_source*, int, std::uint32_t, void* server) {
+  auto& self = *static_cast<Server*>(server);
+  self.core_.mail().deliver();
+  self.after_round();
+  return 0;
+}
+
+int Server::on_stop(sd_event_source*, int, std::uint32_t, void* server) {
+  return sd_event_exit(static_cast<Server*>(server)->event_, 0);
+}
+
+int Server::on_silence(sd_event_source* timer, std::uint64_t, void* server) {
+  auto& self = *static_cast<Server*>(server);
+  if (self.core_.end_silent_connections()) {
+    sd_event_source_set_time_relative(timer, between_looks);
+    sd_event_source_set_enabled(timer, SD_EVENT_ONESHOT);
+  }
+  self.after_round();
+  return 0;
+}
+
+int Server::on_idle(sd_event_source*, std::uint64_t, void* server) {
+  return sd_event_exit(static_cast<Server*>(server)->event_, 0);
+}
+
+}  // namespace impl::server
