@@ -11,7 +11,11 @@ install(DIRECTORY kernel32/include/ DESTINATION ${KV_INCLUDE_DIR})
 install(TARGETS kernel32 advapi32 EXPORT Kelvane LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
                                                  INCLUDES DESTINATION ${KV_INCLUDE_DIR})
 install(TARGETS kvstart LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS advapi32impl LIBRARY DESTINATION ${KV_MODULE_DIR})
+foreach(library advapi32impl advapi32client advapi32server)
+  if(TARGET ${library})
+    install(TARGETS ${library} LIBRARY DESTINATION ${KV_MODULE_DIR})
+  endif()
+endforeach()
 install(FILES $<TARGET_OBJECTS:kvstart_object> DESTINATION ${KV_MODULE_DIR} RENAME kvstart.o)
 # The program that access checks start to ask for a user's groups.
 install(PROGRAMS security/getgr.sh DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -28,7 +28,4 @@ INT_PTR KvISetServiceData(void*, void*, void*, void*, void*, void*) { return ERR
 
 INT_PTR KvIGetServiceData(void*, void*, void*, void*, void*, void*) { return ERROR_CALL_NOT_IMPLEMENTED; }
 
-// Makes the service, so that threads started later find it. Touches no file.
-void KvIOnLoadDll(void) { impl::registry_service(); }
-
 }  // extern "C"
