@@ -97,9 +97,9 @@ TEST_F(Watching, RefusesWhatIsNoKeyNoEventOrWithoutTheRight) {
   service().close_key(writer);
 }
 
-TEST_F(Watching, HundredsOfWatchesAreAllTold) {
+TEST_F(Watching, MoreWatchesThanOneConnectionTakesAreAllTold) {
   std::vector<HKEY> keys;
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 80; ++i) {
     keys.push_back(client().made(base, u"k"));
     ASSERT_EQ(service().watch_key(keys.back(), false, REG_NOTIFY_CHANGE_LAST_SET, new_event()), 0u) << i;
   }
