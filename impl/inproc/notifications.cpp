@@ -2,14 +2,12 @@
 
 #include <kelvane/notify.h>
 #include <pthread.h>
-#include <signal.h>
 
 #include <new>
-#include <system_error>
-#include <thread>
 
 #include "impl/inproc/process_identity.h"
 #include "impl/inproc/process_locations.h"
+#include "impl/quiet_thread.h"
 
 namespace impl {
 namespace {
@@ -27,22 +25,6 @@ void call_handler(Mail& mail) {
   KvNotification(mail.pid, mail.kind, data, static_cast<int>(mail.data.size()));
   inside_handler = false;
 }
-
-// While it lives, threads that are started leave every signal to the program's own.
-class Signals_Blocked {
- public:
-  Signals_Blocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~Signals_Blocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  Signals_Blocked(const Signals_Blocked&) = delete;
-  Signals_Blocked& operator=(const Signals_Blocked&) = delete;
-
- private:
-  sigset_t before_;
-};
 
 }  // namespace
 
@@ -131,13 +113,7 @@ bool Notifications::open_mailbox() {
 }
 
 bool Notifications::start_thread(const std::string& self) {
-  const Signals_Blocked blocked;
-  try {
-    std::thread([this, self] { deliver(self); }).detach();
-    return true;
-  } catch (const std::system_error&) {
-    return false;
-  }
+  return start_quiet_thread("registry-notify", [this, self] { deliver(self); });
 }
 
 void Notifications::deliver(const std::string& self) {

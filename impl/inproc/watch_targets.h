@@ -1,31 +1,26 @@
 // Who is told of a change of a key: a program's event, or the thread that waits in the call.
 #pragma once
 
-#include <kelvane/event.h>
 #include <windef.h>
 
 #include <condition_variable>
 #include <mutex>
 
 #include "hive/watch/watch.h"
+#include "impl/held_event.h"
 
 namespace impl {
 
-// Holds the event itself: its handle may be closed before anything changes.
 class Event_Target final : public hive::Watch_Target {
  public:
-  explicit Event_Target(HANDLE event);
-  ~Event_Target() override;
-  Event_Target(const Event_Target&) = delete;
-  Event_Target& operator=(const Event_Target&) = delete;
+  explicit Event_Target(HANDLE event) : event_(event) {}
 
   // Whether the handle is an event that the caller may signal.
-  DWORD code() const { return code_; }
-  void signal() override;
+  DWORD code() const { return event_.code(); }
+  void signal() override { event_.signal(); }
 
  private:
-  DWORD code_;
-  KvHeldEvent* event_;
+  Held_Event event_;
 };
 
 class Waiting_Caller final : public hive::Watch_Target {

@@ -62,7 +62,11 @@ KV_EXPORT INT_PTR RegBackup(const char* path, void* second);
  */
 KV_EXPORT LSTATUS RegGetHKCU(unsigned char* buffer, unsigned* size);
 
-/* The clients of the registry's server; array and *count are as the implementation defines them. */
+/*
+ * The clients of the registry's server, in an array of *count records; *count becomes their number. A null array asks
+ * for the number only; ERROR_MORE_DATA (234) when there is less room, and nothing is written. The in-process
+ * implementation has no clients.
+ */
 KV_EXPORT LSTATUS RegListConnected(RegistryConnection* list, unsigned* count);
 
 /*

@@ -20,8 +20,15 @@ typedef struct WinChar {
   unsigned char low;
 } WinChar;
 
-/* One connected client, as KvIRegListConnected reports it; the layout is the implementation library's. */
-typedef struct RegistryConnection RegistryConnection;
+/* One client of the registry's server, as KvIRegListConnected reports it. The texts are as the client tells them of
+ * itself, in its code page, with a terminator and cut to the room here; the numbers are the system's. */
+typedef struct RegistryConnection {
+  DWORD process;            /* its id */
+  DWORD user;               /* its user's number */
+  unsigned long long since; /* when it came, in seconds since 1970 */
+  char host[256];
+  char program[256];
+} RegistryConnection;
 
 /* A row of the table: the entry's name and its address, null until it is bound. */
 typedef struct KvIRegFunction {

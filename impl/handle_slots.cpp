@@ -1,14 +1,12 @@
 // The state of a slot is one 64-bit word: generation in the upper half, then whether it is open, then the
 // number of pins. Whoever makes it "closed, no pins" retires the slot; that happens once for each closing.
-#include "impl/inproc/handle_table.h"
+#include "impl/handle_slots.h"
 
 #include <pthread.h>
 
 #include <memory>
 #include <mutex>
 #include <utility>
-
-#include "hive/store/fork.h"
 
 namespace impl {
 namespace {
@@ -36,13 +34,13 @@ bool is_open(std::uint64_t state, std::uint32_t generation) {
 
 }  // namespace
 
-struct alignas(64) Handle_Table::Slot {
+struct alignas(64) Handle_Slots::Slot {
   std::atomic<std::uint64_t> state{std::uint64_t{1} << generation_shift};
-  std::atomic<const Held*> held{nullptr};
+  std::atomic<const hive::Shared_Object*> held{nullptr};
   std::uint32_t next_resting = 0;
 };
 
-struct Handle_Table::Chunk {
+struct Handle_Slots::Chunk {
   std::array<Slot, slots_in_chunk> slots;
 
   ~Chunk() {
@@ -50,16 +48,13 @@ struct Handle_Table::Chunk {
   }
 };
 
-Handle_Table::Handle_Table() {
-  hive::guard_forks();
-  guard_numbers_around_forks();
-}
+Handle_Slots::Handle_Slots() { guard_numbers_around_forks(); }
 
-Handle_Table::~Handle_Table() {
+Handle_Slots::~Handle_Slots() {
   for (std::atomic<Chunk*>& chunk : chunks_) delete chunk.load(std::memory_order_relaxed);
 }
 
-bool Handle_Table::parse(HKEY handle, Number* out_number) {
+bool Handle_Slots::parse(HKEY handle, Number* out_number) {
   const auto value = reinterpret_cast<std::uintptr_t>(handle);
   const std::uintptr_t number = value >> handle_shift;
   if ((number << handle_shift) != value || (number >> index_bits) > max_generation) return false;
@@ -68,12 +63,12 @@ bool Handle_Table::parse(HKEY handle, Number* out_number) {
   return true;
 }
 
-Handle_Table::Slot* Handle_Table::slot_at(std::uint32_t index) const {
+Handle_Slots::Slot* Handle_Slots::slot_at(std::uint32_t index) const {
   Chunk* chunk = chunks_[index / slots_in_chunk].load(std::memory_order_acquire);
   return chunk == nullptr ? nullptr : &chunk->slots[index % slots_in_chunk];
 }
 
-bool Handle_Table::take_free_slot(std::uint32_t* out_index) {
+bool Handle_Slots::take_free_slot(std::uint32_t* out_index) {
   const std::lock_guard guard(numbers_mutex);
   const bool use_resting = resting_count_ > resting_slots || (next_unused_ == max_slots && resting_count_ > 0);
   if (use_resting) {
@@ -90,41 +85,41 @@ bool Handle_Table::take_free_slot(std::uint32_t* out_index) {
   return true;
 }
 
-HKEY Handle_Table::add(hive::Key key, DWORD access) {
+HKEY Handle_Slots::add(std::unique_ptr<const hive::Shared_Object> object) {
   std::uint32_t index = 0;
-  auto held = std::make_unique<const Held>(std::move(key), access);
   if (!take_free_slot(&index)) return nullptr;
   Slot& slot = *slot_at(index);
-  slot.held.store(held.release(), std::memory_order_release);
+  slot.held.store(object.release(), std::memory_order_release);
   const std::uint64_t state = slot.state.load(std::memory_order_relaxed);
   slot.state.store(state | open_bit, std::memory_order_release);
   const std::uintptr_t number = std::uintptr_t{generation_of(state)} << index_bits | index;
   return reinterpret_cast<HKEY>(number << handle_shift);
 }
 
-Handle_Table::Pin Handle_Table::find(HKEY handle) {
+Handle_Slots::Pin::Pin(Handle_Slots& slots, HKEY handle) : slots_(slots) {
   Number number{};
-  Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
-  if (slot == nullptr) return {this, 0, nullptr};
+  Slot* slot = parse(handle, &number) ? slots.slot_at(number.index) : nullptr;
+  if (slot == nullptr) return;
   std::uint64_t state = slot->state.load(std::memory_order_relaxed);
   while (is_open(state, number.generation)) {
     if (slot->state.compare_exchange_weak(state, state + 1, std::memory_order_acquire, std::memory_order_relaxed)) {
-      return {this, number.index, slot};
+      index_ = number.index;
+      slot_ = slot;
+      return;
     }
   }
-  return {this, 0, nullptr};
 }
 
 // The slot may have been given to another handle between the two looks at its state.
-const Handle_Table::Held* Handle_Table::glance_at(HKEY handle) const {
+const hive::Shared_Object* Handle_Slots::glance_at(HKEY handle) const {
   Number number{};
   const Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
   if (slot == nullptr || !is_open(slot->state.load(std::memory_order_acquire), number.generation)) return nullptr;
-  const Held* held = slot->held.load(std::memory_order_acquire);
+  const hive::Shared_Object* held = slot->held.load(std::memory_order_acquire);
   return is_open(slot->state.load(std::memory_order_acquire), number.generation) ? held : nullptr;
 }
 
-bool Handle_Table::close(HKEY handle) {
+bool Handle_Slots::close(HKEY handle) {
   Number number{};
   Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
   if (slot == nullptr) return false;
@@ -140,7 +135,7 @@ bool Handle_Table::close(HKEY handle) {
 }
 
 // Alone with the slot: nobody pins a closed one.
-void Handle_Table::retire(std::uint32_t index, Slot& slot) {
+void Handle_Slots::retire(std::uint32_t index, Slot& slot) {
   hive::retire(std::unique_ptr<const hive::Shared_Object>(slot.held.exchange(nullptr, std::memory_order_acq_rel)));
   const std::uint32_t used = generation_of(slot.state.load(std::memory_order_relaxed));
   const std::uint64_t next = used == max_generation ? 1 : used + 1;
@@ -154,15 +149,13 @@ void Handle_Table::retire(std::uint32_t index, Slot& slot) {
   last_resting_ = index;
 }
 
-Handle_Table::Pin::~Pin() {
+Handle_Slots::Pin::~Pin() {
   if (slot_ == nullptr) return;
   const std::uint64_t before = slot_->state.fetch_sub(1, std::memory_order_acq_rel);
   const bool last_of_closed = (before & open_bit) == 0 && (before & pin_mask) == 1;
-  if (last_of_closed) table_->retire(index_, *slot_);
+  if (last_of_closed) slots_.retire(index_, *slot_);
 }
 
-const hive::Key& Handle_Table::Pin::key() const { return slot_->held.load(std::memory_order_relaxed)->key; }
-
-DWORD Handle_Table::Pin::access() const { return slot_->held.load(std::memory_order_relaxed)->access; }
+const hive::Shared_Object& Handle_Slots::Pin::held() const { return *slot_->held.load(std::memory_order_relaxed); }
 
 }  // namespace impl
