@@ -47,6 +47,24 @@ TEST_F(Modes, AProgramOfMode3StartsItsServer) {
   EXPECT_EQ(content_of(user_pid_file()), pid);
 }
 
+TEST_F(Modes, TwentyProgramsOfMode3ThatStartTogetherHaveOneServer) {
+  std::vector<std::unique_ptr<Running>> programs;
+  for (int i = 0; i < 20; ++i) {
+    programs.push_back(std::make_unique<Running>(Words{KVTEST_PROGRAM, "machine"},
+                                                 environment({"KVREGISTRY_MODE=3", "KVMODULE_PATH"}),
+                                                 folder / ("program" + std::to_string(i))));
+  }
+  for (const auto& program : programs) EXPECT_EQ(program->status(), 0) << program->said();
+  // Every other one that was started has ended, or would have the lock or a port of its own.
+  int ports = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder / "tmp")) {
+    if (entry.is_socket()) ++ports;
+  }
+  EXPECT_EQ(ports, 1);
+  const std::string log = content_of(folder / "home/logs/regss.log");
+  EXPECT_EQ(log.find("Serves "), log.rfind("Serves ")) << log;
+}
+
 TEST_F(Modes, AServerOfMode3ThatDiedIsReplaced) {
   for (const char* expected : {"1\n", "2\n", "3\n"}) {
     EXPECT_EQ(count("3", "user"), expected);
