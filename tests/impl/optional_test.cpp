@@ -19,30 +19,16 @@ void note_hive(void* told, const KvBatchHive* hive) {
 
 class Optional : public Store_Test {
  protected:
-  void SetUp() override {
-    Store_Test::SetUp();
-    before_ = KvIRegFunctions[5];
-    KvIRegFunctions[5].entry = reinterpret_cast<void*>(entries().KvIRegOpenKeyEx);
-  }
   void TearDown() override {
     KvAbandonBatch();
-    KvIRegFunctions[5] = before_;
     Store_Test::TearDown();
   }
-
-  KvIRegFunction before_{};
 };
 
-TEST_F(Optional, IsNotImplementedWhereTheTableIsNotBound) {
-  KvIRegFunctions[5].entry = nullptr;
+TEST_F(Optional, AnEntryThatTheLibraryLacksIsNoneAndLeavesTheLastError) {
   SetLastError(7);
-  EXPECT_EQ(KvBeginBatch(), 120);
-  EXPECT_EQ(KvCommitBatch(nullptr, nullptr), 120);
-  EXPECT_EQ(KvAbandonBatch(), 120);
-  EXPECT_EQ(KvUnLoadKey(base, L"k"), 120);
-  EXPECT_EQ(KvRenameKey(base, L"k", L"l"), 120);
-  EXPECT_EQ(KvCheckKey(base, nullptr, nullptr, nullptr), 120);
-  EXPECT_EQ(KvCheckHiveFile("/f", nullptr, nullptr, nullptr), 120);
+  EXPECT_EQ(KvOptionalEntry("KvIRegNeverHeardOf"), nullptr);
+  EXPECT_NE(KvOptionalEntry("KvIRegBeginBatch"), nullptr);
   EXPECT_EQ(GetLastError(), 7u);
 }
 

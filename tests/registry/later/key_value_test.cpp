@@ -66,11 +66,13 @@ TEST_F(Key_Value, TheCurrentUsersKeyIsOpenedWithTheRightsAskedFor) {
   EXPECT_EQ(RegOpenCurrentUser(KEY_READ, nullptr), 87);
 }
 
-TEST_F(Key_Value, RenamingIsNotImplementedByTheLibraryOfThisProcess) {
+TEST_F(Key_Value, RenamingGivesTheKeyAnotherName) {
   created(key, "a");
-  EXPECT_EQ(RegRenameKey(key, L"a", L"b"), 120);
   EXPECT_EQ(RegRenameKey(key, L"a", nullptr), 87);
-  EXPECT_EQ(open_result(key, "a"), 0);
+  EXPECT_EQ(RegRenameKey(key, L"none", L"b"), 2);
+  EXPECT_EQ(RegRenameKey(key, L"a", L"b"), 0);
+  EXPECT_EQ(open_result(key, "a"), 2);
+  EXPECT_EQ(open_result(key, "b"), 0);
 }
 
 class Text_For_User : public Key_Value {
