@@ -39,6 +39,9 @@ bool is_open(std::uint64_t state, std::uint32_t generation) {
 struct alignas(64) Handle_Table::Slot {
   std::atomic<std::uint64_t> state{std::uint64_t{1} << generation_shift};
   std::atomic<const Held*> held{nullptr};
+  // What a glance sees, of what is held.
+  std::atomic<hive::Open_Key*> key{nullptr};
+  std::atomic<DWORD> access{0};
   std::uint32_t next_resting = 0;
 };
 
@@ -95,6 +98,8 @@ HKEY Handle_Table::add(hive::Key key, DWORD access) {
   auto held = std::make_unique<const Held>(std::move(key), access);
   if (!take_free_slot(&index)) return nullptr;
   Slot& slot = *slot_at(index);
+  slot.key.store(held->key.get(), std::memory_order_relaxed);
+  slot.access.store(held->access, std::memory_order_relaxed);
   slot.held.store(held.release(), std::memory_order_release);
   const std::uint64_t state = slot.state.load(std::memory_order_relaxed);
   slot.state.store(state | open_bit, std::memory_order_release);
@@ -116,12 +121,13 @@ Handle_Table::Pin Handle_Table::find(HKEY handle) {
 }
 
 // The slot may have been given to another handle between the two looks at its state.
-const Handle_Table::Held* Handle_Table::glance_at(HKEY handle) const {
+Handle_Table::Seen Handle_Table::glance_at(HKEY handle) const {
   Number number{};
   const Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
-  if (slot == nullptr || !is_open(slot->state.load(std::memory_order_acquire), number.generation)) return nullptr;
-  const Held* held = slot->held.load(std::memory_order_acquire);
-  return is_open(slot->state.load(std::memory_order_acquire), number.generation) ? held : nullptr;
+  if (slot == nullptr || !is_open(slot->state.load(std::memory_order_acquire), number.generation)) return {};
+  const Seen seen{slot->held.load(std::memory_order_acquire), slot->key.load(std::memory_order_acquire),
+                  slot->access.load(std::memory_order_acquire)};
+  return is_open(slot->state.load(std::memory_order_acquire), number.generation) ? seen : Seen{};
 }
 
 bool Handle_Table::close(HKEY handle) {
@@ -141,10 +147,15 @@ bool Handle_Table::close(HKEY handle) {
 
 // Alone with the slot: nobody pins a closed one.
 void Handle_Table::retire(std::uint32_t index, Slot& slot) {
-  hive::retire(std::unique_ptr<const hive::Shared_Object>(slot.held.exchange(nullptr, std::memory_order_acq_rel)));
+  std::unique_ptr<const hive::Shared_Object> held(slot.held.exchange(nullptr, std::memory_order_acq_rel));
   const std::uint32_t used = generation_of(slot.state.load(std::memory_order_relaxed));
   const std::uint64_t next = used == max_generation ? 1 : used + 1;
   slot.state.store(next << generation_shift, std::memory_order_relaxed);
+  rest(index);
+  hive::retire_with_locks(std::move(held));
+}
+
+void Handle_Table::rest(std::uint32_t index) {
   const std::lock_guard guard(numbers_mutex);
   if (resting_count_++ == 0) {
     first_resting_ = index;

@@ -5,8 +5,9 @@
 // behind a thousand others before it is used again, so that a stale handle is refused.
 //
 // Looking a handle up takes no lock. Who may wait with the key in hand pins the handle's slot, and the last one
-// to unpin a closed slot releases its key. A fork copies the pins of threads that are not in the child; such a
-// slot is then never used again there. Who only reads glances at the key: it stays as long as the glance.
+// to unpin a closed slot gives its key up; it is released soon after, in a process of several threads with others. A
+// fork copies the pins of threads that are not in the child; such a slot is then never used again there. Who only reads
+// glances at the key: it stays as long as the glance.
 #pragma once
 
 #include <windef.h>
@@ -30,6 +31,12 @@ class Handle_Table {
     const DWORD access;
   };
 
+  struct Seen {
+    const Held* held = nullptr;
+    const hive::Open_Key* key = nullptr;
+    DWORD access = 0;
+  };
+
  public:
   // A handle in use: its key stays while the pin does, also when the handle is closed meanwhile.
   class Pin {
@@ -51,16 +58,18 @@ class Handle_Table {
 
   class Glance {
    public:
-    Glance(const Handle_Table& table, HKEY handle) : held_(table.glance_at(handle)) {}
+    Glance(const Handle_Table& table, HKEY handle) : seen_(table.glance_at(handle)) {}
 
-    explicit operator bool() const { return held_ != nullptr; }
-    const hive::Key& key() const { return held_->key; }
-    DWORD access() const { return held_->access; }
+    explicit operator bool() const { return seen_.held != nullptr; }
+    const hive::Key& key() const { return seen_.held->key; }
+    // The same, found without touching anything but the handle's slot.
+    const hive::Open_Key& open_key() const { return *seen_.key; }
+    DWORD access() const { return seen_.access; }
     const hive::Read_Section& section() const { return section_; }
 
    private:
     hive::Read_Section section_;
-    const Held* held_;
+    const Seen seen_;
   };
 
   Handle_Table();
@@ -92,9 +101,10 @@ class Handle_Table {
 
   static bool parse(HKEY handle, Number* out_number);
   Slot* slot_at(std::uint32_t index) const;
-  const Held* glance_at(HKEY handle) const;
+  Seen glance_at(HKEY handle) const;
   bool take_free_slot(std::uint32_t* out_index);
   void retire(std::uint32_t index, Slot& slot);
+  void rest(std::uint32_t index);
 
   std::array<std::atomic<Chunk*>, max_slots / slots_in_chunk> chunks_{};  // made as needed, released with the table
 
