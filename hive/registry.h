@@ -136,8 +136,9 @@ class Registry {
   virtual Status info(const Key& key, Text_Out* class_name, Key_Counts* out_counts);
 
   virtual Status read_value(const Key& key, std::u16string_view name, Value_Out& value);
-  // For who is in a section already.
-  virtual Status read_value(const Read_Section& section, const Key& key, std::u16string_view name, Value_Out& value);
+  // The same from memory alone, for who is in a section already; nothing when memory cannot tell.
+  static std::optional<Status> known_value(const Read_Section& section, const Open_Key& key, std::u16string_view name,
+                                           Value_Out& value);
   virtual Status write_value(const Key& key, std::u16string_view name, std::uint32_t type, const unsigned char* data,
                              std::uint32_t size);
   virtual Status remove_value(const Key& key, std::u16string_view name);

@@ -119,12 +119,8 @@ Status Registry::Parts::add_users(Key_Counts* counts, Status status) {
 }
 
 Status Registry::read_value(const Key& key, std::u16string_view name, Value_Out& value) {
-  return read_value(Read_Section(), key, name, value);
-}
-
-Status Registry::read_value(const Read_Section& section, const Key& key, std::u16string_view name, Value_Out& value) {
   if (is_nothing(key)) return Status::not_found;
-  if (const auto known = known_value(section, *key, name, value)) return *known;
+  if (const auto known = known_value(Read_Section(), *key, name, value)) return *known;
   return parts_->read(
       key, [&](Connection& connection, std::int64_t number) { return find_value(connection, number, name, value); });
 }

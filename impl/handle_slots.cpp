@@ -37,6 +37,9 @@ bool is_open(std::uint64_t state, std::uint32_t generation) {
 struct alignas(64) Handle_Slots::Slot {
   std::atomic<std::uint64_t> state{std::uint64_t{1} << generation_shift};
   std::atomic<const hive::Shared_Object*> held{nullptr};
+  // What a glance sees, of what is held.
+  std::atomic<const void*> shown{nullptr};
+  std::atomic<DWORD> access{0};
   std::uint32_t next_resting = 0;
 };
 
@@ -85,10 +88,12 @@ bool Handle_Slots::take_free_slot(std::uint32_t* out_index) {
   return true;
 }
 
-HKEY Handle_Slots::add(std::unique_ptr<const hive::Shared_Object> object) {
+HKEY Handle_Slots::add(std::unique_ptr<const hive::Shared_Object> object, Sight sight) {
   std::uint32_t index = 0;
   if (!take_free_slot(&index)) return nullptr;
   Slot& slot = *slot_at(index);
+  slot.shown.store(sight.shown, std::memory_order_relaxed);
+  slot.access.store(sight.access, std::memory_order_relaxed);
   slot.held.store(object.release(), std::memory_order_release);
   const std::uint64_t state = slot.state.load(std::memory_order_relaxed);
   slot.state.store(state | open_bit, std::memory_order_release);
@@ -111,12 +116,13 @@ Handle_Slots::Pin::Pin(Handle_Slots& slots, HKEY handle) : slots_(slots) {
 }
 
 // The slot may have been given to another handle between the two looks at its state.
-const hive::Shared_Object* Handle_Slots::glance_at(HKEY handle) const {
+Handle_Slots::Seen Handle_Slots::glance_at(HKEY handle) const {
   Number number{};
   const Slot* slot = parse(handle, &number) ? slot_at(number.index) : nullptr;
-  if (slot == nullptr || !is_open(slot->state.load(std::memory_order_acquire), number.generation)) return nullptr;
-  const hive::Shared_Object* held = slot->held.load(std::memory_order_acquire);
-  return is_open(slot->state.load(std::memory_order_acquire), number.generation) ? held : nullptr;
+  if (slot == nullptr || !is_open(slot->state.load(std::memory_order_acquire), number.generation)) return {};
+  const Seen seen{slot->held.load(std::memory_order_acquire),
+                  {slot->shown.load(std::memory_order_acquire), slot->access.load(std::memory_order_acquire)}};
+  return is_open(slot->state.load(std::memory_order_acquire), number.generation) ? seen : Seen{};
 }
 
 bool Handle_Slots::close(HKEY handle) {
@@ -136,10 +142,15 @@ bool Handle_Slots::close(HKEY handle) {
 
 // Alone with the slot: nobody pins a closed one.
 void Handle_Slots::retire(std::uint32_t index, Slot& slot) {
-  hive::retire(std::unique_ptr<const hive::Shared_Object>(slot.held.exchange(nullptr, std::memory_order_acq_rel)));
+  std::unique_ptr<const hive::Shared_Object> held(slot.held.exchange(nullptr, std::memory_order_acq_rel));
   const std::uint32_t used = generation_of(slot.state.load(std::memory_order_relaxed));
   const std::uint64_t next = used == max_generation ? 1 : used + 1;
   slot.state.store(next << generation_shift, std::memory_order_relaxed);
+  rest(index);
+  hive::retire_with_locks(std::move(held));
+}
+
+void Handle_Slots::rest(std::uint32_t index) {
   const std::lock_guard guard(numbers_mutex);
   if (resting_count_++ == 0) {
     first_resting_ = index;

@@ -5,8 +5,9 @@
 // behind a thousand others before it is used again, so that a stale handle is refused.
 //
 // Looking a handle up takes no lock. Who may wait with the object in hand pins the handle's slot, and the last one
-// to unpin a closed slot releases what it holds. A fork copies the pins of threads that are not in the child; such a
-// slot is then never used again there. Who only reads glances at the object: it stays as long as the glance.
+// to unpin a closed slot gives up what it holds; that is released soon after, in a process of several threads with
+// others. A fork copies the pins of threads that are not in the child; such a slot is then never used again there. Who
+// only reads glances at the object: it stays as long as the glance.
 #pragma once
 
 #include <windef.h>
@@ -22,6 +23,19 @@ namespace impl {
 
 class Handle_Slots {
   struct Slot;
+
+ public:
+  // Of an object, what a glance sees without touching anything but the handle's slot.
+  struct Sight {
+    const void* shown = nullptr;
+    DWORD access = 0;
+  };
+
+ private:
+  struct Seen {
+    const hive::Shared_Object* held = nullptr;
+    Sight sight;
+  };
 
  public:
   // A handle in use: its object stays while the pin does, also when the handle is closed meanwhile. False when the
@@ -44,15 +58,16 @@ class Handle_Slots {
 
   class Glance {
    public:
-    Glance(const Handle_Slots& slots, HKEY handle) : held_(slots.glance_at(handle)) {}
+    Glance(const Handle_Slots& slots, HKEY handle) : seen_(slots.glance_at(handle)) {}
 
-    explicit operator bool() const { return held_ != nullptr; }
-    const hive::Shared_Object& held() const { return *held_; }
+    explicit operator bool() const { return seen_.held != nullptr; }
+    const hive::Shared_Object& held() const { return *seen_.held; }
+    const Sight& sight() const { return seen_.sight; }
     const hive::Read_Section& section() const { return section_; }
 
    private:
     hive::Read_Section section_;
-    const hive::Shared_Object* held_;
+    const Seen seen_;
   };
 
   Handle_Slots();
@@ -61,7 +76,7 @@ class Handle_Slots {
   Handle_Slots& operator=(const Handle_Slots&) = delete;
 
   // A new handle; null when a million are open.
-  HKEY add(std::unique_ptr<const hive::Shared_Object> object);
+  HKEY add(std::unique_ptr<const hive::Shared_Object> object, Sight sight = {});
 
   // False when the handle is unknown or closed.
   bool close(HKEY handle);
@@ -81,9 +96,10 @@ class Handle_Slots {
 
   static bool parse(HKEY handle, Number* out_number);
   Slot* slot_at(std::uint32_t index) const;
-  const hive::Shared_Object* glance_at(HKEY handle) const;
+  Seen glance_at(HKEY handle) const;
   bool take_free_slot(std::uint32_t* out_index);
   void retire(std::uint32_t index, Slot& slot);
+  void rest(std::uint32_t index);
 
   std::array<std::atomic<Chunk*>, max_slots / slots_in_chunk> chunks_{};  // made as needed, released with the table
 

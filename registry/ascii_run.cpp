@@ -88,6 +88,23 @@ std::size_t widen_ascii_run(const char* text, std::size_t length, WinChar* out) 
   return done;
 }
 
+// Reads behind the terminator, on purpose.
+__attribute__((no_sanitize("address", "thread"))) bool widen_terminated_ascii(const char* text, std::size_t most,
+                                                                              WinChar* out) {
+  constexpr std::uintptr_t page_size = 4096;
+  constexpr std::size_t block = 16;
+  for (std::size_t done = 0; done + block <= most; done += block) {
+    if (reinterpret_cast<std::uintptr_t>(text + done) % page_size > page_size - block) return false;
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(text + done));
+    store_wide(bytes, out + done);
+    const unsigned others = other_bytes(bytes);
+    const unsigned zeros = other_bytes(_mm_cmpeq_epi8(bytes, _mm_setzero_si128()));
+    if (zeros != 0) return (others & (zeros - 1) & ~zeros) == 0;
+    if (others != 0) return false;
+  }
+  return false;
+}
+
 std::size_t ascii_run(const char* text, std::size_t length) {
   std::size_t done = 0;
   for (; done + 16 <= length; done += 16) {

@@ -45,6 +45,11 @@ std::size_t convert_text(const char* text, std::size_t length, Buffer<WinChar>& 
   return prefix == length ? length : convert_rest(text, length, prefix, out);
 }
 
+void convert_name(const char* text, Buffer<WinChar>& out) {
+  if (ascii_is_kept() && widen_terminated_ascii(text, inline_units, out.room(inline_units))) return;
+  convert_text(text, std::strlen(text) + 1, out);
+}
+
 void char_to_saveable(const char* text, Buffer<WinChar>& out, int length, unsigned* out_count) {
   std::size_t count = 0;
   if (text == nullptr) {

@@ -73,11 +73,14 @@ void char_to_saveable(const char* text, Buffer<WinChar>& out, int length, unsign
 // The same for text that is there; returns the number of WinChars.
 std::size_t convert_text(const char* text, std::size_t size, Buffer<WinChar>& out);
 
+// The same for text up to and including its terminator.
+void convert_name(const char* text, Buffer<WinChar>& out);
+
 // A name as the slots take it: terminated, or null for null.
 class Saveable_Name {
  public:
   explicit Saveable_Name(const char* text) {
-    if (text != nullptr) convert_text(text, std::strlen(text) + 1, buffer_);
+    if (text != nullptr) convert_name(text, buffer_);
   }
   const WinChar* data() const { return buffer_.data; }
 
@@ -98,6 +101,9 @@ class WinVal {
 // Runs of characters that ASCII and 16-bit units share, at the start of a text.
 // Writes the WinChars of the ASCII bytes up to the first other byte; returns how many there were.
 std::size_t widen_ascii_run(const char* text, std::size_t length, WinChar* out);
+// The same for a whole text with its terminator, of less than `most` bytes and all ASCII: else, or where blocks of it
+// cannot be read, it is false. Writes up to `most` WinChars.
+bool widen_terminated_ascii(const char* text, std::size_t most, WinChar* out);
 // The number of ASCII bytes before the first other byte.
 std::size_t ascii_run(const char* text, std::size_t length);
 // The number of WinChars below U+0080 before the first other one.

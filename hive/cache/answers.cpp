@@ -73,7 +73,7 @@ Status show_child(const Child_Names& list, const Cached_Child& child, Text_Out& 
 }
 
 std::optional<Status> answer_value(const Node& node, std::u16string_view name, Value_Out& value) {
-  if (node.values() == nullptr) return std::nullopt;
+  if (!node.knows_values()) return std::nullopt;
   const Folded_Name folded(name);
   if (!folded.fits()) return std::nullopt;
   const Cached_Value* found = node.find_value(folded);

@@ -4,13 +4,13 @@
 
 #include <cstdint>
 
+#include "hive/batch.h"
 #include "hive/cache/coherence.h"
-#include "hive/cache/node.h"
+#include "hive/cache/node_cache.h"
 #include "hive/cache/read_section.h"
+#include "hive/open_key.h"
 
 namespace hive {
-
-class Open_Key;
 
 class Cached_Look {
  public:
@@ -37,5 +37,28 @@ class Cached_Look {
   const Coherence* coherence_ = nullptr;
   const View* view_ = nullptr;
 };
+
+// Every read passes these.
+
+// A key that was found in another hive means nothing in this one.
+inline Cached_Look::Cached_Look(const Read_Section&, const Open_Key& key) : key_(key) {
+  if (key.hive == nullptr || (coherence_ = key.hive->coherence()) == nullptr) return;
+  const View* view = coherence_->current();
+  if (view == nullptr || key.is_lost()) return;
+  // A batch's own changes are in its hive alone.
+  if (const Batch* batch = Batch::of_thread(); batch != nullptr && batch->hides(coherence_)) return;
+  if (is_same(key.identity, view->identity) || is_same(key.identity, {})) view_ = view;
+}
+
+inline const Node* Cached_Look::node() const {
+  std::int64_t of_key = key_.number;
+  return key_.place != Place::by_path || number(&of_key) ? node(of_key) : nullptr;
+}
+
+inline const Node* Cached_Look::node(std::int64_t number) const {
+  if (view_ == nullptr) return nullptr;
+  const Node* node = Node_Cache::of_process().find(view_->hive, number);
+  return node != nullptr && node->is_of(view_->generation) ? node : nullptr;
+}
 
 }  // namespace hive

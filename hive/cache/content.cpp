@@ -66,8 +66,8 @@ std::optional<Status> answer_from_next_part(Connection& connection, std::int64_t
 
 }  // namespace
 
-std::optional<Status> known_value(const Read_Section& section, const Open_Key& key, std::u16string_view name,
-                                  Value_Out& value) {
+std::optional<Status> Registry::known_value(const Read_Section& section, const Open_Key& key, std::u16string_view name,
+                                            Value_Out& value) {
   const Cached_Look look(section, key);
   const Node* node = look.node();
   return node == nullptr ? std::nullopt : answer_value(*node, name, value);

@@ -1,5 +1,6 @@
 // What readers ask of a key, each in two ways: from memory alone, which gives nothing when memory cannot tell,
-// and within a reading transaction, which keeps what it finds if it may.
+// and within a reading transaction, which keeps what it finds if it may. The first way to a value is
+// Registry::known_value.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +13,6 @@
 
 namespace hive {
 
-std::optional<Status> known_value(const Read_Section& section, const Open_Key& key, std::u16string_view name,
-                                  Value_Out& value);
 Status find_value(Connection& connection, std::int64_t key, std::u16string_view name, Value_Out& value);
 
 std::optional<Status> known_value_at(Open_Key& key, std::uint32_t index, Text_Out* name, Value_Out& value);

@@ -16,7 +16,7 @@
 namespace hive {
 
 // Data of up to eight bytes lies in the entry itself.
-struct Cached_Value : Named {
+struct alignas(64) Cached_Value : Named {
   std::uint32_t type = 0;
   std::uint32_t size = 0;
   union {
@@ -25,12 +25,14 @@ struct Cached_Value : Named {
   };
   bool has_data = false;  // else it is too large to be kept
 };
+static_assert(sizeof(Cached_Value) == 64);
 
-struct Cached_Child : Named {
+struct alignas(64) Cached_Child : Named {
   std::int64_t number = 0;
   std::uint32_t class_at = 0;
   std::uint32_t class_units = 0;
 };
+static_assert(sizeof(Cached_Child) == 64);
 
 using Child_Names = Name_Table<Cached_Child>;
 
@@ -70,6 +72,7 @@ class alignas(64) Node final : public Shared_Object {
   void set_values(std::shared_ptr<const Value_Names> names);
   // Null: not known.
   const Value_Names* values() const { return values_.get(); }
+  bool knows_values() const { return static_cast<bool>(value_finder_); }
   // While the values are known; null when there is none of this name.
   const Cached_Value* find_value(const Folded_Name& name) const { return value_finder_.find(name); }
 
@@ -77,10 +80,20 @@ class alignas(64) Node final : public Shared_Object {
   std::size_t memory() const;
 
  private:
+  friend class Node_Cache;
+
+  bool is_for(std::uint64_t hive, std::int64_t key) const { return key_ == key && hive_ == hive; }
+
   // What a look-up by name touches lies together.
   mutable std::atomic<std::uint64_t> generation_{0};
-  std::shared_ptr<const Value_Names> values_;
+  std::uint64_t hive_ = 0;  // with the key: what the cache finds it by
+  std::int64_t key_ = 0;
   Value_Names::Finder value_finder_;
+  mutable std::atomic<bool> used_{true};  // since the cache last looked for what can go
+
+  mutable std::atomic<const Node*> next_{nullptr};  // in the cache
+  std::size_t size_ = 0;                            // as the cache counts it
+  std::shared_ptr<const Value_Names> values_;
 
  public:
   Key_Facts facts;

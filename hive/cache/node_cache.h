@@ -22,7 +22,13 @@ class Node_Cache {
   static Node_Cache& of_process();
 
   // In a Read_Section, for as long as it lasts. hive: a number that only this hive's nodes have.
-  const Node* find(std::uint64_t hive, std::int64_t key) const;
+  const Node* find(std::uint64_t hive, std::int64_t key) const {
+    const Node* node = heads_[bucket_of(hive, key)].load(std::memory_order_acquire);
+    while (node != nullptr && !node->is_for(hive, key)) node = node->next_.load(std::memory_order_acquire);
+    if (node == nullptr) return nullptr;
+    if (!node->used_.load(std::memory_order_relaxed)) node->used_.store(true, std::memory_order_relaxed);
+    return node;
+  }
 
   // Takes the place of the key's former node.
   const Node* put(std::uint64_t hive, std::int64_t key, std::unique_ptr<Node> node);
@@ -42,27 +48,24 @@ class Node_Cache {
  private:
   static constexpr std::size_t buckets = 16384;
 
-  struct alignas(64) Entry final : Shared_Object {
-    std::uint64_t hive = 0;
-    std::int64_t key = 0;
-    std::atomic<Entry*> next{nullptr};
-    std::atomic<const Node*> node{nullptr};
-    mutable std::atomic<bool> used{true};
-    std::size_t size = 0;
-    std::uint32_t missed = 0;
-  };
+  using Link = std::atomic<const Node*>;
 
   Node_Cache() = default;
 
-  static std::size_t bucket_of(std::uint64_t hive, std::int64_t key);
-  Entry* find_entry(std::uint64_t hive, std::int64_t key) const;
-  Entry* make_entry(std::uint64_t hive, std::int64_t key);
-  void set_node(Entry& entry, std::unique_ptr<const Node> node);
-  void make_room(const Entry* but);
-  void clear_bucket(std::atomic<Entry*>& head, const Entry* but);
+  static std::size_t bucket_of(std::uint64_t hive, std::int64_t key) {
+    const std::uint64_t number = (static_cast<std::uint64_t>(key) + (hive << 48)) * 0x9E3779B97F4A7C15u;
+    return (number >> 32) % buckets;
+  }
+  Link& head_of(std::uint64_t hive, std::int64_t key) { return heads_[bucket_of(hive, key)]; }
+  void drop_behind(Link& first, std::uint64_t hive, std::int64_t key);
+  void drop_at(Link& link);
+  void make_room(const Node* but);
+  void clear_bucket(std::size_t bucket, const Node* but);
 
   std::mutex mutex_;  // of everything but finding; nothing is called while it is held
-  std::array<std::atomic<Entry*>, buckets> heads_{};
+  std::array<Link, buckets> heads_{};
+  // How often a part of a bucket's keys was asked for that is not held.
+  std::array<std::uint16_t, buckets> missed_{};
   std::atomic<std::size_t> memory_{0};
   std::size_t budget_ = usual_budget;
   std::size_t hand_ = 0;  // the bucket that is looked at next for what can go

@@ -20,7 +20,8 @@ extern "C" {
 DWORD KvIRegQueryValueEx(HKEY key, const WinChar* value_name, DWORD*, DWORD* out_type, BYTE* data, DWORD* data_size,
                          void*) {
   if (data != nullptr && data_size == nullptr) return ERROR_INVALID_PARAMETER;
-  return answer([&] {
+  // Inlined, which the size of its frame would forbid.
+  return answer([&]() __attribute__((always_inline)) {
     impl::Value_Room value{data, data == nullptr ? 0 : *data_size};
     const DWORD code = registry_service().query_value(key, Win_Text(value_name).view(), value);
     if (code != ERROR_SUCCESS && code != ERROR_MORE_DATA) return code;

@@ -2,6 +2,7 @@
 #include "impl/entries/win_text.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
 namespace impl {
@@ -13,31 +14,38 @@ WinChar win_char_of(char16_t unit) {
   return {static_cast<unsigned char>(unit >> 8), static_cast<unsigned char>(unit & 0xFF)};
 }
 
-// Four characters as one number, turned into units.
-constexpr std::size_t quad = 4;
-constexpr std::uintptr_t page_size = 4096;
+// Eight characters, which become units.
+using Units = std::uint16_t __attribute__((vector_size(16)));
+using Units_Anywhere __attribute__((aligned(1), may_alias)) = Units;
+constexpr std::size_t block = sizeof(Units) / sizeof(std::uint16_t);
+static_assert(std::endian::native == std::endian::little);
 
-std::uint64_t units_of_quad(std::uint64_t characters) {
-  return (characters & 0x00FF00FF00FF00FF) << 8 | (characters >> 8 & 0x00FF00FF00FF00FF);
+// How many units stand before the terminator; all of them when it is not there.
+std::size_t length_of(Units units) {
+  using Halves = std::uint64_t __attribute__((vector_size(16)));
+  constexpr std::size_t unit_bits = 16;
+  const Halves ends = reinterpret_cast<Halves>(units == 0);
+  if (ends[0] != 0) return static_cast<std::size_t>(std::countr_zero(ends[0])) / unit_bits;
+  if (ends[1] != 0) return block / 2 + static_cast<std::size_t>(std::countr_zero(ends[1])) / unit_bits;
+  return block;
 }
 
-bool has_terminator(std::uint64_t units) { return ((units - 0x0001000100010001) & ~units & 0x8000800080008000) != 0; }
+constexpr std::uintptr_t page_size = 4096;
 
-// Converts whole quads before the terminator. It looks up to three characters beyond that, never into another
-// page.
-#if defined(__SANITIZE_ADDRESS__) || defined(__clang__)
-__attribute__((no_sanitize("address")))
-#endif
-std::size_t
-convert_quads(const WinChar* text, char16_t* out, std::size_t room) {
+// Converts blocks up to the terminator or, before that, to the last one that lies in one page: it looks at what stands
+// behind the terminator. Returns how much is done.
+__attribute__((no_sanitize("address", "thread"))) std::size_t convert_blocks(const WinChar* text, char16_t* out,
+                                                                             std::size_t room, bool* out_ended) {
+  *out_ended = false;
   std::size_t done = 0;
-  for (; done + quad <= room; done += quad) {
-    std::uint64_t characters;
-    if (reinterpret_cast<std::uintptr_t>(text + done) % page_size > page_size - sizeof characters) return done;
-    __builtin_memcpy(&characters, text + done, sizeof characters);
-    const std::uint64_t units = units_of_quad(characters);
-    if (has_terminator(units)) return done;
-    __builtin_memcpy(out + done, &units, sizeof units);
+  while (done + block <= room) {
+    if (reinterpret_cast<std::uintptr_t>(text + done) % page_size > page_size - sizeof(Units)) return done;
+    const Units characters = *reinterpret_cast<const Units_Anywhere*>(text + done);
+    const Units units = characters << 8 | characters >> 8;
+    *reinterpret_cast<Units_Anywhere*>(out + done) = units;
+    const std::size_t length = length_of(units);
+    done += length;
+    if ((*out_ended = length < block)) return done;
   }
   return done;
 }
@@ -46,7 +54,9 @@ convert_quads(const WinChar* text, char16_t* out, std::size_t room) {
 
 Win_Text::Win_Text(const WinChar* text) {
   if (text == nullptr) return;
-  length_ = convert_quads(text, inline_, inline_units);
+  bool ended = false;
+  length_ = convert_blocks(text, inline_, inline_units, &ended);
+  if (ended) return;
   for (; length_ < inline_units; ++length_) {
     inline_[length_] = unit_of(text[length_]);
     if (inline_[length_] == 0) return;

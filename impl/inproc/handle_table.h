@@ -30,14 +30,17 @@ class Handle_Table : public Handle_Slots {
    public:
     using Handle_Slots::Glance::Glance;
     const hive::Key& key() const { return held_of(held()).key; }
-    DWORD access() const { return held_of(held()).access; }
+    // The same, found without touching anything but the handle's slot.
+    const hive::Open_Key& open_key() const { return *static_cast<const hive::Open_Key*>(sight().shown); }
+    DWORD access() const { return sight().access; }
   };
 
   Handle_Table() { hive::guard_forks(); }
 
   // A new handle with exactly these rights; null when a million are open.
   HKEY add(hive::Key key, DWORD access) {
-    return Handle_Slots::add(std::make_unique<const Held>(std::move(key), access));
+    const Sight sight{key.get(), access};
+    return Handle_Slots::add(std::make_unique<const Held>(std::move(key), access), sight);
   }
 
   // The handle's pin; a false one when the handle is unknown or closed.

@@ -67,7 +67,13 @@ class Inproc_Service final : public Registry_Service {
   // ERROR_INVALID_HANDLE for an unknown handle, ERROR_ACCESS_DENIED for one without the right.
   template <class Operation>
   DWORD with_key(HKEY handle, DWORD right, Operation operation);
-  // The same for reading: operation(section, key).
+  // A key that is read from, within a section: what a look into memory needs, and the whole.
+  struct Reading {
+    const hive::Read_Section& section;
+    const hive::Open_Key& look;
+    const hive::Key& key;
+  };
+  // The same for reading: operation(reading).
   template <class Operation>
   DWORD read_key(HKEY handle, DWORD right, Operation operation);
 
@@ -96,12 +102,14 @@ template <class Operation>
 DWORD Inproc_Service::read_key(HKEY handle, DWORD right, Operation operation) {
   if (const auto root = root_of(handle)) {
     const hive::Read_Section section;
-    return code_of(roots_.use(*root, [&](const hive::Key& key, DWORD) { return operation(section, key); }));
+    return code_of(roots_.use(*root, [&](const hive::Key& key, DWORD) {
+      return operation(Reading{section, *key, key});
+    }));
   }
   const Handle_Table::Glance glance(handles_, handle);
   if (!glance) return ERROR_INVALID_HANDLE;
   if ((glance.access() & right) != right) return ERROR_ACCESS_DENIED;
-  return code_of(operation(glance.section(), glance.key()));
+  return code_of(operation(Reading{glance.section(), glance.open_key(), glance.key()}));
 }
 
 Inproc_Service& inproc_service();

@@ -17,11 +17,11 @@ hive::Value_Out value_out(const Value_Room& room) { return {room.data, room.room
 
 DWORD Inproc_Service::enumerate_key(HKEY key, DWORD index, Text_Room& name, Text_Room* class_name,
                                     std::uint64_t* out_last_write_time) {
-  return read_key(key, KEY_ENUMERATE_SUB_KEYS, [&](const hive::Read_Section&, const hive::Key& at) {
+  return read_key(key, KEY_ENUMERATE_SUB_KEYS, [&](const Reading& from) {
     hive::Text_Out name_out = text_out(&name);
     hive::Text_Out class_out = text_out(class_name);
-    const hive::Status status =
-        registry_.enumerate_key(at, index, name_out, class_name == nullptr ? nullptr : &class_out, out_last_write_time);
+    const hive::Status status = registry_.enumerate_key(
+        from.key, index, name_out, class_name == nullptr ? nullptr : &class_out, out_last_write_time);
     name.length = name_out.length;
     if (class_name != nullptr) class_name->length = class_out.length;
     return status;
@@ -29,10 +29,10 @@ DWORD Inproc_Service::enumerate_key(HKEY key, DWORD index, Text_Room& name, Text
 }
 
 DWORD Inproc_Service::query_info(HKEY key, Text_Room* class_name, Key_Facts* out_facts) {
-  return read_key(key, KEY_QUERY_VALUE, [&](const hive::Read_Section&, const hive::Key& at) {
+  return read_key(key, KEY_QUERY_VALUE, [&](const Reading& from) {
     hive::Text_Out class_out = text_out(class_name);
     hive::Key_Counts counts{};
-    const hive::Status status = registry_.info(at, class_name == nullptr ? nullptr : &class_out, &counts);
+    const hive::Status status = registry_.info(from.key, class_name == nullptr ? nullptr : &class_out, &counts);
     if (class_name != nullptr) class_name->length = class_out.length;
     *out_facts = {counts.sub_keys,       counts.max_sub_key_units,    counts.max_class_units,
                   counts.values,         counts.max_value_name_units, counts.max_value_size,
@@ -42,10 +42,10 @@ DWORD Inproc_Service::query_info(HKEY key, Text_Room* class_name, Key_Facts* out
 }
 
 DWORD Inproc_Service::enumerate_value(HKEY key, DWORD index, Text_Room* name, Value_Room& value) {
-  return read_key(key, KEY_QUERY_VALUE, [&](const hive::Read_Section&, const hive::Key& at) {
+  return read_key(key, KEY_QUERY_VALUE, [&](const Reading& from) {
     hive::Text_Out name_out = text_out(name);
     hive::Value_Out out = value_out(value);
-    const hive::Status status = registry_.enumerate_value(at, index, name == nullptr ? nullptr : &name_out, out);
+    const hive::Status status = registry_.enumerate_value(from.key, index, name == nullptr ? nullptr : &name_out, out);
     if (name != nullptr) name->length = name_out.length;
     value.size = out.size;
     value.type = out.type;
@@ -54,9 +54,10 @@ DWORD Inproc_Service::enumerate_value(HKEY key, DWORD index, Text_Room* name, Va
 }
 
 DWORD Inproc_Service::query_value(HKEY key, std::u16string_view name, Value_Room& value) {
-  return read_key(key, KEY_QUERY_VALUE, [&](const hive::Read_Section& section, const hive::Key& at) {
+  return read_key(key, KEY_QUERY_VALUE, [&](const Reading& from) {
     hive::Value_Out out = value_out(value);
-    const hive::Status status = registry_.read_value(section, at, name, out);
+    const auto known = hive::Registry::known_value(from.section, from.look, name, out);
+    const hive::Status status = known ? *known : registry_.read_value(from.key, name, out);
     value.size = out.size;
     value.type = out.type;
     return status;

@@ -52,8 +52,7 @@ DWORD Inproc_Service::create_key(HKEY key, std::u16string_view path, const Key_C
 
 DWORD Inproc_Service::open_key(HKEY key, std::u16string_view path, DWORD access, HKEY* out_key) {
   hive::Key opened;
-  const DWORD code =
-      read_key(key, 0, [&](const hive::Read_Section&, const hive::Key& at) { return open_at(at, path, &opened); });
+  const DWORD code = read_key(key, 0, [&](const Reading& from) { return open_at(from.key, path, &opened); });
   return code == ERROR_SUCCESS ? hand_out(std::move(opened), access, out_key) : code;
 }
 

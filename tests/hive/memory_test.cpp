@@ -36,7 +36,7 @@ class Memory : public testing::Test {
   // Whether memory alone knows the value.
   static bool is_held(const Key& key, std::u16string_view name) {
     hive::Value_Out out{nullptr, 0, 0, 0};
-    return hive::known_value(hive::Read_Section(), *key, name, out).has_value();
+    return hive::Registry::known_value(hive::Read_Section(), *key, name, out).has_value();
   }
 
   Temp_Folder folder;
@@ -124,8 +124,8 @@ TEST_F(Memory, LargeValuesAreReadEachTime) {
   EXPECT_EQ(get(*registry, key, u"least large"), data.substr(1));
   std::string room(5000, '\0');
   hive::Value_Out out{reinterpret_cast<unsigned char*>(room.data()), 5000, 0, 0};
-  EXPECT_FALSE(hive::known_value(hive::Read_Section(), *key, u"large", out).has_value());
-  EXPECT_TRUE(hive::known_value(hive::Read_Section(), *key, u"least large", out).has_value());
+  EXPECT_FALSE(hive::Registry::known_value(hive::Read_Section(), *key, u"large", out).has_value());
+  EXPECT_TRUE(hive::Registry::known_value(hive::Read_Section(), *key, u"least large", out).has_value());
   // Its size is known all the same.
   EXPECT_TRUE(is_held(key, u"large"));
 }

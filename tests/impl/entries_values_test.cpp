@@ -1,11 +1,36 @@
 // Entries for values over a service of the test's own: null data and counts, sizes, what is written and what stays.
 #include "tests/impl/scripted_service.h"
+#include "tests/registry/guarded_page.h"
 
 namespace {
 
 using namespace kvtest;
 
 class EntriesForValues : public Entries_Test {};
+
+TEST_F(EntriesForValues, NamesOfEveryLengthMayEndWhereTheirPageDoes) {
+  Guarded_Page page;
+  for (std::size_t length = 0; length <= 40; ++length) {
+    std::string units;
+    for (std::size_t i = 0; i < length; ++i) units += {'\x01', 'n'};
+    units += {'\0', '\0'};
+    KvIRegQueryValueEx(key, reinterpret_cast<const WinChar*>(page.ending_with(units)), nullptr, nullptr, nullptr,
+                       nullptr, nullptr);
+    EXPECT_EQ(scripted.path, std::u16string(length, u'\x016E')) << length;
+  }
+}
+
+TEST_F(EntriesForValues, NamesLongerThanAnyBlockAreWhole) {
+  for (std::size_t length : {511u, 512u, 513u, 2000u}) {
+    const std::vector<WinChar> units = [&] {
+      std::vector<WinChar> made(length + 1, WinChar{1, 'n'});
+      made.back() = WinChar{0, 0};
+      return made;
+    }();
+    KvIRegQueryValueEx(key, units.data(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_EQ(scripted.path, std::u16string(length, u'\x016E')) << length;
+  }
+}
 
 TEST_F(EntriesForValues, ListedValueIsDeliveredWithNameTypeAndData) {
   Win_Buffer name(6);

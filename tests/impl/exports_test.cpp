@@ -20,7 +20,7 @@ std::set<std::string> slot_names() {
 // Beside those for everybody the one through which the server's library reaches the store.
 std::set<std::string> optional_names() {
   return {"KvIRegBeginBatch", "KvIRegCommitBatch", "KvIRegAbandonBatch", "KvIRegUnLoadKey",
-          "KvIRegRenameKey",  "KvIRegCheck",       "KvIRegCheckFile",   "KvIHostedRegistry"};
+          "KvIRegRenameKey",  "KvIRegCheck",       "KvIRegCheckFile",    "KvIHostedRegistry"};
 }
 
 TEST(Exports, AreTheFortyTwoEntriesAndTheOptionalOnesAndNothingElse) {

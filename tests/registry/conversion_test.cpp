@@ -7,6 +7,7 @@
 
 #include "registry/ansi_buffers.h"
 #include "registry/win_char.h"
+#include "tests/registry/guarded_page.h"
 
 namespace {
 
@@ -15,6 +16,12 @@ using namespace std::string_literals;
 // The bytes of count units.
 std::string bytes_of(const WinChar* units, std::size_t count) {
   return std::string(reinterpret_cast<const char*>(units), 2 * count);
+}
+
+std::string bytes_of_ascii(const std::string& text) {
+  std::string bytes;
+  for (char character : text) bytes += {'\0', character};
+  return bytes;
 }
 
 std::string converted(const char* text, int length) {
@@ -33,6 +40,32 @@ void implementation_writes(WinBuffer& buffer, const std::string& units, unsigned
 }
 
 const std::string hello = "\0h\0e\0l\0l\0o\0\0"s;
+
+// Names of every length, with what may stand on both sides of the terminator.
+TEST(SaveableName, EndsWithItsTerminatorWhateverStandsBehindIt) {
+  const std::string behind = "\xE4\xF6 more text than fits into any block of its own";
+  for (std::size_t length = 0; length <= 70; ++length) {
+    const std::string text(length, 'n');
+    const std::string with_more = text + '\0' + behind;
+    const Saveable_Name name(with_more.c_str());
+    EXPECT_EQ(bytes_of(name.data(), length + 1), bytes_of_ascii(text + '\0')) << length;
+  }
+}
+
+TEST(SaveableName, OfEveryLengthMayEndWhereItsPageDoes) {
+  kvtest::Guarded_Page page;
+  for (std::size_t length = 0; length <= 70; ++length) {
+    const std::string text = std::string(length, 'n') + '\0';
+    const Saveable_Name name(page.ending_with(text));
+    EXPECT_EQ(bytes_of(name.data(), length + 1), bytes_of_ascii(text)) << length;
+  }
+}
+
+TEST(SaveableName, LongerThanAnyInlineRoomIsWhole) {
+  const std::string text(5000, 'n');
+  const Saveable_Name name(text.c_str());
+  EXPECT_EQ(bytes_of(name.data(), 5001), bytes_of_ascii(text + '\0'));
+}
 
 TEST(IsStringType, HoldsForThreeTypesOnly) {
   for (unsigned type : {1u, 2u, 7u}) EXPECT_TRUE(is_string_type(type)) << type;
