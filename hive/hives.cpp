@@ -78,8 +78,9 @@ std::shared_ptr<Hive> Hives::use(Slot& slot, std::shared_ptr<Hive> (Hives::*make
 std::shared_ptr<Hive> Hives::make_machine() {
   std::string file = locations_->machine_hive();
   mode_t mask = locations_->machine_mask();
-  Hive_Traits traits{everybody_reads_and_writes & ~mask, everybody_may_all & ~mask, false, &machine_is_incomplete,
-                     &fill_machine};
+  // Where a server enforces the rights of keys, nobody passes it by way of the file.
+  mode_t file_mode = locations_->serves_all_users() ? owner_reads_and_writes : everybody_reads_and_writes & ~mask;
+  Hive_Traits traits{file_mode, everybody_may_all & ~mask, false, &machine_is_incomplete, &fill_machine};
   return std::make_shared<Hive>(std::move(file), std::move(traits), complain_);
 }
 

@@ -130,8 +130,8 @@ Status create_child(Connection& connection, std::int64_t* key, std::u16string_vi
                 folded,
                 class_name,
                 file_time_now(),
-                parent.mode,
-                parent.owner,
+                creation.mode.value_or(parent.mode),
+                creation.owner.value_or(parent.owner),
                 parent.group,
                 is_last && creation.is_link ? key_flag_link : 0,
                 creation.is_volatile};

@@ -16,6 +16,8 @@ constexpr int most_clients_at_once = 64;
 constexpr std::uint64_t second = 1'000'000;  // microseconds
 constexpr std::uint64_t between_looks = 10 * second;
 
+bool is_lack(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS; }
+
 // Each client is a descriptor or more.
 void allow_many_descriptors() {
   rlimit limit{};
@@ -36,6 +38,7 @@ Server::Server(hive::Registry& registry, const Regss_Options& options)
       core_(registry, {options.machine_wide != 0, options.data_folder == nullptr ? "" : options.data_folder}) {}
 
 Server::~Server() {
+  for (sd_event_source* const listener : listeners_) sd_event_source_unref(listener);
   sd_event_source_unref(silence_);
   sd_event_source_unref(idle_);
   sd_event_unref(event_);
@@ -81,8 +84,10 @@ bool Server::begin() {
 
 bool Server::listen(int socket) {
   if (!make_non_blocking(socket)) return false;
-  const int result = sd_event_add_io(event_, nullptr, socket, EPOLLIN, &on_client, this);
+  sd_event_source* listener = nullptr;
+  const int result = sd_event_add_io(event_, &listener, socket, EPOLLIN, &on_client, this);
   if (result < 0) errno = -result;
+  if (result >= 0) listeners_.push_back(listener);
   return result >= 0;
 }
 
@@ -104,19 +109,32 @@ void Server::after_round() {
   sd_event_source_set_enabled(idle_, is_idle ? SD_EVENT_ONESHOT : SD_EVENT_OFF);
 }
 
-// Without descriptors those who come wait until others have gone; they are looked at again with each round.
+void Server::set_listening(bool on) {
+  for (sd_event_source* const listener : listeners_) {
+    sd_event_source_set_enabled(listener, on ? SD_EVENT_ON : SD_EVENT_OFF);
+  }
+}
+
+void Server::look_again_in(std::uint64_t microseconds) {
+  sd_event_source_set_time_relative(silence_, microseconds);
+  sd_event_source_set_enabled(silence_, SD_EVENT_ONESHOT);
+}
+
+// Without descriptors those who come wait a moment.
 int Server::on_client(sd_event_source*, int socket, std::uint32_t, void* server) {
   auto& self = *static_cast<Server*>(server);
   for (int i = 0; i < most_clients_at_once; ++i) {
     wire::Unique_Fd client(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!client && is_lack(errno)) {
+      self.set_listening(false);
+      self.look_again_in(second);
+    }
     if (!client) break;
     self.core_.admit(std::move(client));
   }
   int enabled = SD_EVENT_OFF;
-  if (sd_event_source_get_enabled(self.silence_, &enabled) >= 0 && enabled == SD_EVENT_OFF) {
-    sd_event_source_set_time_relative(self.silence_, between_looks);
-    sd_event_source_set_enabled(self.silence_, SD_EVENT_ONESHOT);
-  }
+  sd_event_source_get_enabled(self.silence_, &enabled);
+  if (enabled == SD_EVENT_OFF) self.look_again_in(between_looks);
   self.after_round();
   return 0;
 }
@@ -139,12 +157,10 @@ int Server::on_stop(sd_event_source*, int, std::uint32_t, void* server) {
   return sd_event_exit(static_cast<Server*>(server)->event_, 0);
 }
 
-int Server::on_silence(sd_event_source* timer, std::uint64_t, void* server) {
+int Server::on_silence(sd_event_source*, std::uint64_t, void* server) {
   auto& self = *static_cast<Server*>(server);
-  if (self.core_.end_silent_connections()) {
-    sd_event_source_set_time_relative(timer, between_looks);
-    sd_event_source_set_enabled(timer, SD_EVENT_ONESHOT);
-  }
+  self.set_listening(true);
+  if (self.core_.end_silent_connections()) self.look_again_in(between_looks);
   self.after_round();
   return 0;
 }

@@ -3,7 +3,7 @@
 
 #include <systemd/sd-event.h>
 
-#include <memory>
+#include <vector>
 
 #include "impl/server/core.h"
 #include "impl/server/run.h"
@@ -24,6 +24,8 @@ class Server {
   bool begin();
   bool listen(int socket);
   bool set_timers();
+  void set_listening(bool on);
+  void look_again_in(std::uint64_t microseconds);
   void say(const char* what, int error);
   void after_round();
 
@@ -31,12 +33,13 @@ class Server {
   static int on_ready(sd_event_source*, int, std::uint32_t, void* server);
   static int on_mail(sd_event_source*, int, std::uint32_t, void* server);
   static int on_stop(sd_event_source*, int, std::uint32_t, void* server);
-  static int on_silence(sd_event_source* timer, std::uint64_t, void* server);
+  static int on_silence(sd_event_source*, std::uint64_t, void* server);
   static int on_idle(sd_event_source*, std::uint64_t, void* server);
 
   const Regss_Options options_;
   Core core_;
   sd_event* event_ = nullptr;
+  std::vector<sd_event_source*> listeners_;
   sd_event_source* silence_ = nullptr;  // looks for clients that begin no session; off while there is none
   sd_event_source* idle_ = nullptr;     // on while there is no client; null when the server never ends by itself
   bool is_idle_ = false;
