@@ -64,6 +64,7 @@ Reply reply_of(const Bus_Error& error, int result, bool is_open) {
   if (error.is(wire::error_limit)) return Reply::limit;
   if (error.is(wire::error_no_session)) return Reply::stranger;
   if (result == -ENOMEM) return Reply::no_memory;
+  if (result == -EINTR) return Reply::lost;  // a signal took the wait away; the answer cannot be waited for again
   if (result == -ETIMEDOUT && is_open) return Reply::late;
   return is_open ? Reply::wrong : Reply::lost;
 }

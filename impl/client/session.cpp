@@ -253,10 +253,10 @@ DWORD Sessions::begin(Session& session, Connection& connection, Deadline deadlin
     *out_trouble = "no session";
     return RPC_S_SERVER_UNAVAILABLE;
   }
+  Connections closed;  // without the lock
   const std::lock_guard lock(client_mutex());
   if (code != ERROR_SUCCESS || (joins && id != session.id)) {
-    if (joins) session.has_ended = true;
-    session.changed.notify_all();
+    if (joins) end_locked(session, closed);
     return joins ? session_is_gone : code;
   }
   session.id = id;

@@ -18,7 +18,8 @@
 
 namespace impl::client {
 
-// Everything but the caller is guarded by the client's lock.
+// Everything but the caller is guarded by the client's lock. One that has ended has no idle connections: it may be
+// released with the lock held, a connection may not.
 struct Session {
   explicit Session(Caller its_caller) : caller(std::move(its_caller)) {}
 
