@@ -56,8 +56,9 @@ Hive::~Hive() {
 Status Hive::write(Transaction_Body body) {
   if (!traits_.counts_changes) return write_aside(body);
   return write_aside([&](Connection& connection) {
+    connection.mark_changes();
     Status status = body(connection);
-    return status == Status::ok ? count_change(connection) : status;
+    return status == Status::ok && connection.changed_since_mark() ? count_change(connection) : status;
   });
 }
 

@@ -232,12 +232,16 @@ Status rename_key(Connection& connection, std::int64_t key, std::u16string_view 
   return note_renamed_child(connection, row.parent, row.folded, folded);
 }
 
+// A key never moves to another depth.
 int depth_of(Connection& connection, std::int64_t key) {
+  if (connection.known.key_of_depth == key) return connection.known.depth;
   int depth = -1;
-  for (; key != 0 && depth < max_key_depth; ++depth) {
+  for (std::int64_t above = key; above != 0 && depth < max_key_depth; ++depth) {
     Statement up(connection, Query::parent_of);
-    key = up.bind(1, key).row() ? up.number(0) : 0;
+    above = up.bind(1, above).row() ? up.number(0) : 0;
   }
+  connection.known.key_of_depth = key;
+  connection.known.depth = depth;
   return depth;
 }
 

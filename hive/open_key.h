@@ -1,6 +1,7 @@
 // What a Key stands for: a key of a hive by its number, or a root that is more than that.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string_view>
 
@@ -45,6 +46,9 @@ class alignas(64) Open_Key {
   const std::shared_ptr<const Batch_Part> made_in;
   // The batch that made it was abandoned: its number is another key's now, or none's.
   bool is_lost() const { return is_of_batch && made_in->is_lost(); }
+
+  // The last key that was asked for below it was made: the next one is likely to be missing too.
+  std::atomic<bool> makes_keys{false};
 
   // Of the enumerations through this handle; each with a lock of its own.
   Position keys;

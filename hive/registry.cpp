@@ -94,13 +94,27 @@ Status Registry::open(const Key& at, std::u16string_view path, Key* out_key) {
   return status;
 }
 
+// What stands is opened without writing, unless it is likely that nothing does.
 Status Registry::create(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key,
                         bool* out_created) {
   *out_created = false;
-  Status status = open(at, path, out_key);
-  if (status != Status::not_found) return status;
+  const bool opens_first = !at->makes_keys.load(std::memory_order_relaxed);
+  if (opens_first) {
+    const Status opened = open(at, path, out_key);
+    if (opened != Status::not_found) return opened;
+  }
+  const Status made = make(at, path, creation, out_key, out_created);
+  const bool has_made = made == Status::ok && *out_created;
+  if (has_made == opens_first) at->makes_keys.store(has_made, std::memory_order_relaxed);
+  if (made == Status::ok || opens_first) return made;
+  const Status opened = open(at, path, out_key);
+  return opened == Status::not_found ? made : opened;
+}
+
+Status Registry::make(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key,
+                      bool* out_created) {
   Parts::Start start;
-  status = parts_->start_of(at, path, &start);
+  Status status = parts_->start_of(at, path, &start);
   if (status != Status::ok) return status;
   if (start.key->place == Place::nothing || Parts::is_users_own(start)) return Status::denied;
   bool in_users = start.key->place == Place::users;
@@ -111,6 +125,7 @@ Status Registry::create(const Key& at, std::u16string_view path, const Creation&
     found.identity = connection.identity;
     const Status status_of_key = create_key(connection, key, start.path, creation, &found.number, out_created);
     if (connection.is_in_batch()) found.made_in = connection.part_of(found.number);
+    if (!*out_created) connection.note_no_key_changed();
     return status_of_key;
   });
   if (status == Status::ok) *out_key = open_key(start.key, found);

@@ -191,6 +191,8 @@ class Registry {
   virtual void note_orderly_end();
 
  private:
+  Status make(const Key& at, std::u16string_view path, const Creation& creation, Key* out_key, bool* out_created);
+
   struct Parts;
   std::unique_ptr<Parts> parts_;
 };

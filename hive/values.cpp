@@ -74,16 +74,29 @@ Status write_shorter(Connection& connection, std::int64_t key, const Stored_Valu
   return note_change(connection, key, row);
 }
 
-// Counts and maxima can only grow.
+// The key's own row: counts and maxima can only grow.
+Status note_growth(Connection& connection, std::int64_t key, std::uint32_t new_values, std::uint32_t units,
+                   std::uint32_t size) {
+  Statement grew(connection, Query::values_grew);
+  grew.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
+  grew.bind(4, new_values).bind(5, units).bind(6, size);
+  if (grew.run() != Status::ok) return connection.status();
+  return sqlite3_changes(connection.handle()) == 0 ? Status::key_deleted : Status::ok;
+}
+
+// The commonest write: of a value that is there, and whose data stands in its row before and after.
+bool rewrite_in_place(Connection& connection, std::int64_t key, const Stored_Value& value) {
+  if (value.size > max_inline_size) return false;
+  Statement rewrite(connection, Query::rewrite_value);
+  rewrite.bind(1, key).bind(2, value.folded).bind(3, value.type).bind(4, value.size);
+  rewrite.bind_data(5, value.data, value.size).run();
+  return sqlite3_changes(connection.handle()) != 0 && connection.status() == Status::ok;
+}
+
 Status write_longer(Connection& connection, std::int64_t key, const Stored_Value& value, const Old_Value& old,
                     std::uint32_t units) {
-  {
-    Statement grew(connection, Query::values_grew);
-    grew.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
-    grew.bind(4, old.is_there ? 0 : 1).bind(5, units).bind(6, value.size);
-    if (grew.run() != Status::ok) return connection.status();
-    if (sqlite3_changes(connection.handle()) == 0) return Status::key_deleted;
-  }
+  const Status noted = note_growth(connection, key, old.is_there ? 0 : 1, units, value.size);
+  if (noted != Status::ok) return noted;
   put_value_row(connection, key, value, old.large);
   log_change(connection, key, way_last_set);
   return connection.status();
@@ -142,9 +155,13 @@ Status write_value(Connection& connection, std::int64_t key, std::u16string_view
   if (size > max_value_size) return Status::too_large;
   const std::string folded = folded_form(name);
   const std::string stored = stored_form(name);
-  const Old_Value old = find_old(connection, key, folded);
   const Stored_Value value{folded, stored, type, data, size};
   const auto units = static_cast<std::uint32_t>(name.size());
+  if (rewrite_in_place(connection, key, value)) {
+    log_change(connection, key, way_last_set);
+    return note_growth(connection, key, 0, units, size);
+  }
+  const Old_Value old = find_old(connection, key, folded);
   return old.is_there && size < old.size ? write_shorter(connection, key, value, old, units)
                                          : write_longer(connection, key, value, old, units);
 }

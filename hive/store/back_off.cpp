@@ -16,10 +16,15 @@ Back_Off::Clock::time_point Back_Off::deadline() {
 }
 
 bool Back_Off::pause() {
+  if (!pause(next_)) return false;
+  next_ = std::min(next_ * 2, longest_pause);
+  return true;
+}
+
+bool Back_Off::pause(std::chrono::microseconds longest) {
   Clock::time_point now = Clock::now();
   if (now >= deadline()) return false;
-  std::this_thread::sleep_for(std::min<Clock::duration>(next_, deadline_ - now));
-  next_ = std::min(next_ * 2, longest_pause);
+  std::this_thread::sleep_for(std::min<Clock::duration>(longest, deadline_ - now));
   return true;
 }
 

@@ -17,6 +17,8 @@ class Back_Off {
 
   // False when the time is over; otherwise sleeps.
   bool pause();
+  // The same for a given while.
+  bool pause(std::chrono::microseconds longest);
   // When the time will be over.
   Clock::time_point deadline();
 

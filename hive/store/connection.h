@@ -130,6 +130,8 @@ class Connection {
     std::uint64_t generation = 0;  // of the hive's coherence
     bool number_is_raised = false;
     bool is_unwatched = false;
+    std::int64_t key_of_depth = 0;  // whose depth is known
+    int depth = 0;
   };
   Known known;
 

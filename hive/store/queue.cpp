@@ -1,10 +1,10 @@
 #include "hive/store/queue.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 
@@ -13,6 +13,24 @@ namespace {
 
 constexpr mode_t write_bits = 0222;
 constexpr int write_to_read_bit = 1;
+
+// How long who has the turn may take it again past those who wait.
+constexpr std::chrono::milliseconds passing_time{1};
+
+// Places in the line: bytes far behind what the file holds.
+constexpr off_t first_byte = off_t{1} << 30;
+constexpr int last_place = 12;
+constexpr std::chrono::microseconds pause_of_a_place{100};  // longer, the farther behind
+constexpr int longest_pause = 4;
+
+struct flock lock_of(short kind, int first_place, int places) {
+  struct flock lock {};
+  lock.l_type = kind;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = first_byte + first_place;
+  lock.l_len = places;
+  return lock;
+}
 
 // Who may write the hive may open the queue's file, nobody else.
 mode_t queue_mode(mode_t hive_mode) {
@@ -59,13 +77,26 @@ Writer_Queue::Turn::Turn(Writer_Queue& queue, Back_Off& back_off) : queue_(queue
 }
 
 Writer_Queue::Turn::~Turn() {
-  if (has_lock_) queue_.unlock_file();
+  if (has_lock_) queue_.unlock_file(is_long_);
   if (has_turn_) queue_.end_turn();
 }
 
 bool Writer_Queue::wait_for_turn(Back_Off& back_off) {
   std::unique_lock lock(turn_mutex_);
-  if (taken_ && !turn_ended_.wait_until(lock, back_off.deadline(), [this] { return !taken_; })) return false;
+  const bool may_pass = waiting_.empty() || Back_Off::Clock::now() - passed_on_ < passing_time;
+  if (taken_ || !may_pass) {
+    if (waiting_.empty()) passed_on_ = Back_Off::Clock::now();
+    const std::uint64_t self = ++last_waiting_;
+    waiting_.push_back(self);
+    const auto is_first = [&] { return !taken_ && waiting_.front() == self; };
+    const bool has_turn = turn_ended_.wait_until(lock, back_off.deadline(), is_first);
+    std::erase(waiting_, self);
+    if (!has_turn) {
+      turn_ended_.notify_all();
+      return false;
+    }
+    passed_on_ = Back_Off::Clock::now();
+  }
   taken_ = true;
   return true;
 }
@@ -75,29 +106,60 @@ void Writer_Queue::end_turn() {
     std::lock_guard lock(turn_mutex_);
     taken_ = false;
   }
-  turn_ended_.notify_one();
+  turn_ended_.notify_all();
 }
 
 bool Writer_Queue::lock_file(Back_Off& back_off) {
-  do {
-    bool someone_has_it = false;
-    if (try_lock_file(&someone_has_it)) return true;
-    if (!someone_has_it) return false;
-  } while (back_off.pause());
+  const bool may_pass = Back_Off::Clock::now() - stood_in_line_ < passing_time;
+  bool someone_has_it = false;
+  if (may_pass && try_lock_file(0, 1, &someone_has_it)) return true;
+  if (may_pass && !someone_has_it) return false;
+  const bool has_turn = stand_in_line(back_off);
+  stood_in_line_ = Back_Off::Clock::now();
+  return has_turn;
+}
+
+// All places at once when nobody stands there, else from the last one on.
+bool Writer_Queue::stand_in_line(Back_Off& back_off) {
+  bool someone_has_it = false;
+  if (try_lock_file(0, last_place + 1, &someone_has_it)) {
+    leave_places(1, last_place);
+    return true;
+  }
+  for (int place = last_place; someone_has_it && place >= 0;) {
+    if (try_lock_file(place, 1, &someone_has_it)) {
+      if (place < last_place) leave_places(place + 1, 1);
+      if (place-- == 0) return true;
+      someone_has_it = true;
+    } else if (!someone_has_it || !back_off.pause(pause_of_a_place * std::min(place + 1, longest_pause))) {
+      break;
+    }
+  }
+  unlock_file(true);
   return false;
 }
 
-bool Writer_Queue::try_lock_file(bool* out_someone_has_it) {
+bool Writer_Queue::try_lock_file(int first_place, int places, bool* out_someone_has_it) {
   std::lock_guard lock(file_mutex_);
+  *out_someone_has_it = false;
   if (!file_is_open() && !open_file()) return false;
-  if (flock(fd_, LOCK_EX | LOCK_NB) == 0) return true;
-  *out_someone_has_it = errno == EWOULDBLOCK || errno == EINTR;
+  struct flock exclusive = lock_of(F_WRLCK, first_place, places);
+  if (fcntl(fd_, F_OFD_SETLK, &exclusive) == 0) return true;
+  *out_someone_has_it = errno == EAGAIN || errno == EACCES || errno == EINTR;
   return false;
 }
 
-void Writer_Queue::unlock_file() {
+void Writer_Queue::leave_places(int first_place, int places) {
   std::lock_guard lock(file_mutex_);
-  if (file_is_open()) flock(fd_, LOCK_UN);
+  struct flock none = lock_of(F_UNLCK, first_place, places);
+  if (fd_ >= 0) fcntl(fd_, F_OFD_SETLK, &none);
+}
+
+// What got the descriptor's number within one operation would lose a lock that it has just taken, and nothing else.
+void Writer_Queue::unlock_file(bool asks_for_file) {
+  std::lock_guard lock(file_mutex_);
+  struct flock all = lock_of(F_UNLCK, 0, last_place + 1);
+  if (asks_for_file ? file_is_open() : fd_ >= 0) fcntl(fd_, F_OFD_SETLK, &all);
 }
 
 // The descriptor may have been closed behind our back and may be something else now.
@@ -139,6 +201,7 @@ void Writer_Queue::after_fork_in_parent() {
 // The thread whose turn it was is not here.
 void Writer_Queue::after_fork_in_child() {
   taken_ = false;
+  waiting_.clear();
   new (&turn_ended_) std::condition_variable;
   file_mutex_.unlock();
   turn_mutex_.unlock();

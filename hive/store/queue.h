@@ -1,6 +1,10 @@
-// The queue of a hive's writers: within the process a turn, between processes an exclusive flock of a file
-// beside the hive that only writers may open. It makes waiting fair and is only a courtesy: who does not get
-// it in time, or may not have the file, writes without it.
+// The queue of a hive's writers: within the process a turn, between processes places in a line. A place is an exclusive
+// lock on a byte of a file beside the hive that only writers may open; who stands in the line moves up place by place,
+// and the first place is the turn. It makes waiting fair and is only a courtesy: who does not get it in time, or may
+// not have the file, writes without it.
+//
+// Who has just had the turn may take it again, past those who wait, for a moment: going to sleep and waking up for each
+// write would cost more than the write.
 //
 // Waiting never happens with the hive's own mutex held.
 #pragma once
@@ -8,8 +12,10 @@
 #include <sys/types.h>
 
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "hive/store/back_off.h"
 #include "hive/store/system_calls.h"
@@ -29,6 +35,8 @@ class Writer_Queue {
    public:
     Turn(Writer_Queue& queue, Back_Off& back_off);
     ~Turn();
+    // It lasts longer than an operation: the file may be closed behind our back meanwhile.
+    void be_long() { is_long_ = true; }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
@@ -36,6 +44,7 @@ class Writer_Queue {
     Writer_Queue& queue_;
     bool has_turn_ = false;
     bool has_lock_ = false;
+    bool is_long_ = false;
   };
 
   // Around a fork: before it the descriptor is closed, after it both processes open their own.
@@ -48,8 +57,10 @@ class Writer_Queue {
   void end_turn();
   // Tries until the time is over. False: on without it.
   bool lock_file(Back_Off& back_off);
-  bool try_lock_file(bool* out_someone_has_it);
-  void unlock_file();
+  bool stand_in_line(Back_Off& back_off);
+  bool try_lock_file(int first_place, int places, bool* out_someone_has_it);
+  void leave_places(int first_place, int places);
+  void unlock_file(bool asks_for_file);
   bool file_is_open();
   bool open_file();
   void close_file();
@@ -57,7 +68,11 @@ class Writer_Queue {
   std::mutex turn_mutex_;
   std::condition_variable turn_ended_;
   bool taken_ = false;
+  std::vector<std::uint64_t> waiting_;  // threads, the first one first
+  std::uint64_t last_waiting_ = 0;
+  Back_Off::Clock::time_point passed_on_;  // when a waiting thread last got the turn
 
+  Back_Off::Clock::time_point stood_in_line_;  // when the turn was last had from the line, by the one who has it
   std::mutex file_mutex_;
   std::string hive_file_;
   std::string file_;

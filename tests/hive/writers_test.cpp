@@ -1,5 +1,5 @@
 // Processes that write one hive at once.
-#include <sys/file.h>
+#include <fcntl.h>
 
 #include "tests/hive/registry_on.h"
 
@@ -80,7 +80,11 @@ TEST(Writers, AStoppedOneInTheQueueDelaysOthersAtMostByTheTimeOut) {
   std::string queue = folder / "machine.bin-queue";
   kvtest::Child_Result taken = kvtest::run_child([&] {
     int fd = open(queue.c_str(), O_RDWR);
-    if (fd < 0 || flock(fd, LOCK_EX | LOCK_NB) != 0) _exit(1);
+    struct flock every_place {};
+    every_place.l_type = F_WRLCK;
+    every_place.l_whence = SEEK_SET;
+    every_place.l_start = 1 << 30;
+    if (fd < 0 || fcntl(fd, F_OFD_SETLK, &every_place) != 0) _exit(1);
     _exit(put(*registry, key, u"v", "x") == Status::ok ? 0 : 2);
   });
   EXPECT_EQ(taken.exit_status, 0);

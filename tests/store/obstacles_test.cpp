@@ -2,7 +2,6 @@
 // descriptors. As with damage: a clear code, one line, nothing overwritten, and on once the way is free.
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -326,7 +325,11 @@ TEST_F(Hive_Files, WhoseQueueOfWritersIsHeldAreWrittenAllTheSame) {
   ASSERT_TRUE(answered(act({{"set", "HKLM\\Software\\K1", "n", "1"}}, environment()), "0\n"));
   int queue = open((hive() + "-queue").c_str(), O_RDWR | O_CLOEXEC);
   ASSERT_GE(queue, 0);
-  ASSERT_EQ(flock(queue, LOCK_EX), 0);
+  struct flock every_place {};
+  every_place.l_type = F_WRLCK;
+  every_place.l_whence = SEEK_SET;
+  every_place.l_start = 1 << 30;
+  ASSERT_EQ(fcntl(queue, F_OFD_SETLK, &every_place), 0);
   EXPECT_TRUE(answered(
       act({{"set", "HKLM\\Software\\K1", "n", "2"}, {"get", "HKLM\\Software\\K1", "n"}}, environment()), "0\n0 2\n"));
   close(queue);
