@@ -29,7 +29,8 @@ bool is_watched(Connection& connection) {
 std::string chain_of(Connection& connection, std::int64_t key) {
   std::string chain;
   for (int depth = 0; key != 0 && depth <= max_key_depth; ++depth) {
-    chain += (chain.empty() ? "" : " ") + std::to_string(key);
+    if (!chain.empty()) chain += ' ';
+    chain += std::to_string(key);
     Statement up(connection, Query::parent_of);
     key = up.bind(1, key).row() ? up.number(0) : 0;
   }
