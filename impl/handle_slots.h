@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "hive/cache/read_section.h"
 
@@ -76,7 +77,8 @@ class Handle_Slots {
   Handle_Slots& operator=(const Handle_Slots&) = delete;
 
   // A new handle; null when a million are open.
-  HKEY add(std::unique_ptr<const hive::Shared_Object> object, Sight sight = {});
+  HKEY add(std::unique_ptr<const hive::Shared_Object> object, Sight sight);
+  HKEY add(std::unique_ptr<const hive::Shared_Object> object) { return add(std::move(object), Sight()); }
 
   // False when the handle is unknown or closed.
   bool close(HKEY handle);
