@@ -300,7 +300,8 @@ KV_EXPORT LSTATUS WINAPI RegCopyTreeW(HKEY source, LPCWSTR sub_key, HKEY destina
 
 /*
  * Renames a key (the one at sub_key, or key itself). ERROR_CALL_NOT_IMPLEMENTED (120) when the implementation has no
- * entry for it, as the one in this process; ERROR_INVALID_PARAMETER for a null new_name.
+ * entry for it; ERROR_INVALID_PARAMETER for a null new_name. The other codes are those of KvRenameKey in
+ * kelvane/optional.h.
  */
 KV_EXPORT LSTATUS WINAPI RegRenameKey(HKEY key, LPCWSTR sub_key, LPCWSTR new_name);
 

@@ -98,6 +98,24 @@ class Scripted_Service final : public impl::Registry_Service {
     *out_image = image;
     return code;
   }
+  DWORD begin_batch() override { return code; }
+  DWORD commit_batch(std::vector<impl::Batch_Hive>* out_hives) override {
+    *out_hives = ended;
+    return code;
+  }
+  DWORD abandon_batch() override { return code; }
+  DWORD unload_key(HKEY, std::u16string_view asked) override { return note(asked); }
+  DWORD rename_key(HKEY, std::u16string_view asked, std::u16string_view new_name) override {
+    return note(std::u16string(asked) + u">" + std::u16string(new_name));
+  }
+  DWORD check_key(HKEY, impl::Hive_Report* out_report) override {
+    *out_report = report;
+    return code;
+  }
+  DWORD check_file(const char* file, impl::Hive_Report* out_report) override {
+    file_name = file;
+    return check_key(nullptr, out_report);
+  }
   DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override {
     if (no_memory) throw std::bad_alloc();
     asked_user = user;
@@ -138,6 +156,8 @@ class Scripted_Service final : public impl::Registry_Service {
   DWORD stored_type = REG_SZ;
   std::vector<BYTE> image;
   std::wstring stored_domain = L"HOST";
+  std::vector<impl::Batch_Hive> ended;
+  impl::Hive_Report report;
 
   std::u16string path = u"(not asked)";
   std::u16string class_name;

@@ -15,6 +15,8 @@
 namespace kvreg {
 namespace {
 
+constexpr std::size_t largest_file = 0x7FFFFFFF;
+
 std::string behind_links(const std::string& path) {
   char* const real = realpath(path.c_str(), nullptr);
   std::string found = real != nullptr ? real : path;
@@ -108,6 +110,7 @@ std::string read_whole_file(const std::string& file) {
     }
     if (got < 0) throw Complaint("cannot read " + file + ": " + std::strerror(errno));
     size += static_cast<std::size_t>(got);
+    if (size > largest_file) throw Complaint(file + " has more than 2 GiB");
     if (got != 0) continue;
     content.resize(size);
     return content;

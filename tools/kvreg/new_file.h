@@ -31,7 +31,7 @@ class New_File {
 bool is_there(const std::string& file);
 // A name beside the file that nothing has.
 std::string name_beside(const std::string& file);
-// The content; throws Complaint.
+// The content, "-" for standard input; throws Complaint, also for more than 2 GiB.
 std::string read_whole_file(const std::string& file);
 
 }  // namespace kvreg
