@@ -15,7 +15,7 @@ inline bool ensure_folder(std::string& folder, struct stat* out) {
   const std::ptrdiff_t levels = std::count(folder.begin(), folder.end(), '/');
   for (std::ptrdiff_t attempt = 0; attempt <= levels; ++attempt) {
     if (insure_stat(folder.data(), out)) return true;
-    if (errno != EEXIST) return false;
+    if (errno != EEXIST && errno != ENOENT) return false;
   }
   return false;
 }
