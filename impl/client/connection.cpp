@@ -40,7 +40,7 @@ class Bus_Error {
   bool is(const char* name) const { return sd_bus_error_has_name(&error_, name) != 0; }
 
  private:
-  sd_bus_error error_ = SD_BUS_ERROR_NULL;
+  sd_bus_error error_{};
 };
 
 constexpr int look_about = 1000;  // milliseconds

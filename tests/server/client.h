@@ -80,7 +80,7 @@ class Client {
   template <class Call>
   Answered<Call> ask(typename Call::Question asked) {
     const auto message = question<Call>(asked);
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* reply = nullptr;
     sd_bus_call(bus_, message.get(), long_enough, &error, &reply);
     return answered<Call>(reply, &error);
@@ -106,7 +106,7 @@ class Client {
   template <class Call>
   Answered<Call> receive_answer() {
     const auto message = receive();
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     if (message != nullptr && sd_bus_message_is_method_error(message.get(), nullptr) > 0) {
       sd_bus_error_copy(&error, sd_bus_message_get_error(message.get()));
     }

@@ -61,7 +61,7 @@ class Limits : public testing::Test {
 TEST_F(Limits, AQuestionWithOtherFieldsIsMalformedAndTheNextIsAnswered) {
   Client client(served.address());
   client.begin();
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
   EXPECT_LT(sd_bus_call_method(client.bus(), nullptr, wire::object_path, wire::interface_name, "OpenKey", &error,
                                nullptr, "s", "text"),
             0);
@@ -79,7 +79,7 @@ TEST_F(Limits, MoreThanOneMemoryFileIsMalformed) {
   Client client(served.address());
   client.begin();
   const wire::Unique_Fd file = wire::seal(bytes("x"));
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
   EXPECT_LT(sd_bus_call_method(client.bus(), nullptr, wire::object_path, wire::interface_name, "SetValue", &error,
                                nullptr, "uayuayah", 0x80000002u, 0, 3u, 0, 2, file.get(), file.get()),
             0);

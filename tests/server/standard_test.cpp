@@ -13,7 +13,7 @@ namespace {
 using namespace servertest;
 
 std::string call(Client& client, const char* path, const char* interface, const char* member) {
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
   sd_bus_message* reply = nullptr;
   std::string result;
   if (sd_bus_call_method(client.bus(), nullptr, path, interface, member, &error, &reply, nullptr) < 0) {
