@@ -1,5 +1,6 @@
 #include "impl/server/framing.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -33,6 +34,11 @@ std::uint32_t in_order(char byte_order, std::uint32_t number) {
   return is_swapped ? __builtin_bswap32(number) : number;
 }
 
+bool sends_no_more(int socket) {
+  pollfd end{socket, POLLRDHUP, 0};
+  return poll(&end, 1, 0) > 0;
+}
+
 bool is_too_long(const Header& header) {
   const std::uint64_t size = std::uint64_t{in_order(header.byte_order, header.body_size)} +
                              in_order(header.byte_order, header.fields_size) + sizeof header;
@@ -64,7 +70,8 @@ Framing::Look Framing::look_at_header(int socket) {
   const ssize_t size = recv(socket, &header, sizeof header, MSG_PEEK | MSG_DONTWAIT);
   if (size < 0) return errno == EAGAIN ? Look::wait : Look::read;
   if (size == 0) return Look::read;
-  if (static_cast<std::size_t>(size) < sizeof header) return Look::more;
+  // A beginning that stays one is read too: behind it the library meets the end.
+  if (static_cast<std::size_t>(size) < sizeof header) return sends_no_more(socket) ? Look::read : Look::more;
   return is_too_long(header) ? Look::too_long : Look::read;
 }
 

@@ -1,8 +1,8 @@
 // Looks at what a client has sent before it is read, so that a message that is too long is never taken into memory.
 //
-// A message begins with 16 bytes that tell its length. While they are incomplete nothing is read. A client that sends
-// its first message together with the end of its greeting can only be held to less: what has come of a message that is
-// not whole is counted.
+// A message begins with 16 bytes that tell its length. While they are incomplete, and more may come, nothing is read. A
+// client that sends its first message together with the end of its greeting can only be held to less: what has come of
+// a message that is not whole is counted.
 #pragma once
 
 #include <cstddef>

@@ -115,6 +115,18 @@ TEST_F(Limits, AMessageThatIsCutOffIsNothing) {
   }
 }
 
+TEST_F(Limits, AConnectionThatIsClosedWithinAMessageIsGone) {
+  for (const std::size_t size : {1u, 15u, 16u, 31u}) {
+    {
+      Client client(served.address());
+      ASSERT_EQ(client.begin()->code, 0u);
+      const std::string cut = (header_of(100) + std::string(100, '\0')).substr(0, size);
+      ASSERT_EQ(send(sd_bus_get_fd(client.bus()), cut.data(), size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+    }
+    while (neighbour.ask<wire::List_Connected>({})->clients.size() > 1) std::this_thread::yield();
+  }
+}
+
 // One field of a message's head: its code, the signature of one type, and a text.
 void add_field(std::string& fields, char code, char type, std::string_view value) {
   fields.resize((fields.size() + 7) / 8 * 8);
