@@ -97,7 +97,7 @@ TEST_F(Whole_Registry, ABackupIsOneMomentOfARegistryThatIsWrittenTo) {
   for (int i = 0; i < 5; ++i) {
     const std::string backup = folder / ("backup" + std::to_string(i));
     ASSERT_EQ(RegBackup(backup.c_str(), nullptr), 0);
-    const std::vector<std::string> restored = {"KVREGISTRY=" + backup + "/machine.hive",
+    const std::vector<std::string> restored = {"KVREGISTRY=" + backup + "/machine.hive", "KVREGISTRY_MODE",
                                                "KVCORE_PRIVATE_DATA=" + other / "core"};
     const std::string difference = act("difference HKLM\\Pairs", restored);
     EXPECT_TRUE(difference == "0\n" || difference == "1\n") << difference;

@@ -18,6 +18,8 @@ class Saved_Keys : public Store_Test {
     ASSERT_NE(created(key, "passing", REG_OPTION_VOLATILE), nullptr);
   }
   std::string file() const { return folder_ / "saved.hive"; }
+  // A program that has the file itself, whatever the mode of this one.
+  std::vector<std::string> with_file() const { return {"KVREGISTRY=" + file(), "KVREGISTRY_MODE"}; }
 
  private:
   Temp_Folder folder_;
@@ -25,15 +27,15 @@ class Saved_Keys : public Store_Test {
 
 TEST_F(Saved_Keys, AreAHiveOfTheirOwn) {
   ASSERT_EQ(RegSaveKey(key, file().c_str(), nullptr), 0);
-  EXPECT_TRUE(answered(act({{"get", "HKLM", "top"}, {"get", "HKLM\\a\\b", "deep"}, {"set", "HKLM\\a\\b", "n", "x"}},
-                           {"KVREGISTRY=" + file()}),
-                       "0 t\n0 " + std::string(2000, 'd') + "\n0\n"));
+  EXPECT_TRUE(answered(
+      act({{"get", "HKLM", "top"}, {"get", "HKLM\\a\\b", "deep"}, {"set", "HKLM\\a\\b", "n", "x"}}, with_file()),
+      "0 t\n0 " + std::string(2000, 'd') + "\n0\n"));
 }
 
 TEST_F(Saved_Keys, AreAsTheyWereWhenSaved) {
   ASSERT_EQ(RegSaveKey(key, file().c_str(), nullptr), 0);
   ASSERT_EQ(set_value(key, "top", REG_SZ, "later\0"s), 0);
-  EXPECT_TRUE(answered(act({{"get", "HKLM", "top"}}, {"KVREGISTRY=" + file()}), "0 t\n"));
+  EXPECT_TRUE(answered(act({{"get", "HKLM", "top"}}, with_file()), "0 t\n"));
 }
 
 TEST_F(Saved_Keys, NeverReplaceAFile) {
