@@ -23,7 +23,7 @@ void Batch_Guard::set_limit(std::chrono::milliseconds limit) {
 void Batch_Guard::watch(Batch& batch) {
   watched_.push_back(&batch);
   was_used_ = true;
-  if (!has_thread_) has_thread_ = start_small_thread([this] { stand(); });
+  if (!has_thread_) has_thread_ = start_small_thread("registry-batch", [this] { stand(); });
 }
 
 void Batch_Guard::leave(Batch& batch) { std::erase(watched_, &batch); }

@@ -13,9 +13,6 @@ namespace {
 // What SQLite and a tree of keys need, with room for tools that make frames larger.
 constexpr std::size_t stack_size = 256 * 1024;
 
-// As tools show it.
-constexpr const char* thread_name = "registry-watch";
-
 void* run(void* body) {
   std::unique_ptr<std::function<void()>> owned(static_cast<std::function<void()>*>(body));
   (*owned)();
@@ -40,7 +37,7 @@ class Signals_Blocked {
 
 }  // namespace
 
-bool start_small_thread(std::function<void()> body) {
+bool start_small_thread(const char* name, std::function<void()> body) {
   auto owned = std::make_unique<std::function<void()>>(std::move(body));
   pthread_attr_t small;
   if (pthread_attr_init(&small) != 0) return false;
@@ -53,7 +50,7 @@ bool start_small_thread(std::function<void()> body) {
   pthread_attr_destroy(&small);
   if (failure != 0) return false;
   owned.release();
-  pthread_setname_np(thread, thread_name);
+  pthread_setname_np(thread, name);
   pthread_detach(thread);
   return true;
 }

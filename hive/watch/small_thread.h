@@ -5,7 +5,7 @@
 
 namespace hive {
 
-// False when there is none to be had.
-bool start_small_thread(std::function<void()> body);
+// name: as tools show it, of at most 15 characters. False when there is none to be had.
+bool start_small_thread(const char* name, std::function<void()> body);
 
 }  // namespace hive

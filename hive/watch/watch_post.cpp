@@ -220,7 +220,7 @@ bool Watch_Post::ensure_thread(const std::shared_ptr<Hive>& hive) {
     has_thread_ = true;
   }
   std::weak_ptr<Hive> where = hive;
-  if (start_small_thread([self = shared_from_this(), where] { self->stand(where); })) return true;
+  if (start_small_thread("registry-watch", [self = shared_from_this(), where] { self->stand(where); })) return true;
   std::lock_guard lock(mutex_);
   has_thread_ = false;
   return false;

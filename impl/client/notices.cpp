@@ -124,9 +124,15 @@ void Notices::ask_again() {
   }
 }
 
+// A server may have heard a request twice; the second answer is to nobody's question.
+bool Notices::is_wanted(const Request& request) {
+  const std::lock_guard lock(client_mutex());
+  settle();
+  return requests_.erase(request) != 0 || standing_.count(request.second) != 0;
+}
+
 void Notices::deliver(Notice& notice) {
-  want({notice.pid, notice.kind}, false);
-  if (has_ended_ || !is_known(notice.kind)) return;
+  if (!is_wanted({notice.pid, notice.kind}) || has_ended_ || !is_known(notice.kind)) return;
   inside_handler = true;
   char* const data = notice.data.empty() ? nullptr : notice.data.data();
   KvNotification(notice.pid, notice.kind, data, static_cast<int>(notice.data.size()));
@@ -153,13 +159,14 @@ bool Notices::receive_in(const std::shared_ptr<Session>& session, int process) {
   return true;
 }
 
+// The server that is met need not be the one that was asked.
 void Notices::receive(int process) {
-  for (bool is_first = true; process == process_number() && has_wishes(); is_first = false) {
+  while (process == process_number() && has_wishes()) {
     try {
       std::shared_ptr<Session> session;
       wire::Number none = 0;
       if (carrier_.reach(the_process, &session, &none) == ERROR_SUCCESS) {
-        if (!is_first) ask_again();
+        ask_again();
         receive_in(session, process);
       } else {
         poll(nullptr, 0, pause_between_servers);

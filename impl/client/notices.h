@@ -37,6 +37,7 @@ class Notices {
 
   void settle();
   bool want(const Request& request, bool on);
+  bool is_wanted(const Request& request);
   bool has_wishes();
   bool ensure_thread();
   bool ask_request(const Request& request, bool on);

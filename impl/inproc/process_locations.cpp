@@ -10,12 +10,13 @@
 #include <filesystem>
 #include <vector>
 
+#include "impl/private_folder.h"
+
 namespace impl {
 namespace {
 
 constexpr const char* user_hive_name = "/hkcu.hive";
 constexpr const char* users_hive_name = "users";
-constexpr mode_t private_folder_mode = 0700;
 
 std::atomic<bool> for_all_users{false};
 
@@ -57,14 +58,6 @@ std::string core_data_folder() {
   std::vector<char> folder(room_beside_variables + length_of_variable("HOME") +
                            length_of_variable("KVCORE_PRIVATE_DATA"));
   return KvICalculateCoreDataDirectory(folder.data()) == 1 ? std::string(folder.data()) : std::string();
-}
-
-// Makes the folder when it is missing; one that is made here is the user's alone.
-bool make_private_folder(std::string folder) {
-  struct stat found;
-  const bool stood = stat(folder.c_str(), &found) == 0;
-  if (!insure_stat(folder.data(), &found) || !S_ISDIR(found.st_mode)) return false;
-  return stood || chmod(folder.c_str(), private_folder_mode) == 0;
 }
 
 }  // namespace

@@ -12,13 +12,13 @@
 #include <cstring>
 #include <vector>
 
+#include "impl/private_folder.h"
 #include "impl/server/start_descriptor.h"
 
 namespace impl {
 namespace {
 
 constexpr std::size_t path_size = 4096;
-constexpr mode_t private_folder_mode = 0700;
 constexpr mode_t writable_by_others = S_IWGRP | S_IWOTH;
 
 std::size_t length_of_variable(const char* name) {
@@ -44,12 +44,6 @@ std::string fail(std::string* out_reason, const std::string& reason) {
   return "";
 }
 
-bool make_core_data(std::string& folder, struct stat* out_status) {
-  const bool stood = stat(folder.c_str(), out_status) == 0;
-  if (!insure_stat(folder.data(), out_status) || !S_ISDIR(out_status->st_mode)) return false;
-  return stood || chmod(folder.c_str(), private_folder_mode) == 0;
-}
-
 }  // namespace
 
 Endpoint_Files machine_endpoint() {
@@ -60,9 +54,7 @@ Endpoint_Files machine_endpoint() {
 std::string private_core_data(std::string* out_reason) {
   std::string folder = core_data_name();
   if (folder.empty()) return fail(out_reason, "neither HOME nor KVCORE_PRIVATE_DATA is set");
-  struct stat status;
-  errno = ENOTDIR;
-  if (!make_core_data(folder, &status)) return fail(out_reason, folder + " cannot be made: " + std::strerror(errno));
+  if (!make_private_folder(folder)) return fail(out_reason, folder + " cannot be made: " + std::strerror(errno));
   return folder;
 }
 

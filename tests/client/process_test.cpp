@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <set>
 #include <thread>
 
 #include "tests/client/served.h"
@@ -66,17 +67,19 @@ TEST_F(Processes, HandlesStayGoodInAForkedChildAndInItsParent) {
 }
 
 TEST_F(Processes, AForkedChildHoldsNoConnectionOfItsParent) {
+  const auto open_sockets = [] {
+    std::set<int> sockets;
+    for (int fd = 3; fd < 256; ++fd) {
+      struct stat found;
+      if (fstat(fd, &found) == 0 && S_ISSOCK(found.st_mode)) sockets.insert(fd);
+    }
+    return sockets;
+  };
   const auto result = run_child([&] {
+    const std::set<int> of_others = open_sockets();
     const Client client{new_client()};
     client.set(HKEY_LOCAL_MACHINE, u"v", REG_BINARY, "x");
-    _exit(status_of_child([] {
-      int sockets = 0;
-      for (int fd = 3; fd < 256; ++fd) {
-        struct stat found;
-        if (fstat(fd, &found) == 0 && S_ISSOCK(found.st_mode)) ++sockets;
-      }
-      _exit(sockets);
-    }));
+    _exit(open_sockets() == of_others ? 2 : status_of_child([&] { _exit(open_sockets() == of_others ? 0 : 1); }));
   });
   EXPECT_EQ(result.exit_status, 0) << result.err;
 }
