@@ -40,6 +40,10 @@ class Client_Service final : public Registry_Service {
   DWORD backup(const char* path) override;
   DWORD user_image(std::vector<BYTE>* out_image) override;
   DWORD closing_user_image(std::vector<BYTE>* out_image) override;
+  DWORD unload_key(HKEY key, std::u16string_view path) override;
+  DWORD rename_key(HKEY key, std::u16string_view path, std::u16string_view new_name) override;
+  DWORD check_key(HKEY key, Hive_Report* out_report) override;
+  DWORD check_file(const char* file, Hive_Report* out_report) override;
   DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override;
   DWORD user_number(const wchar_t* user, DWORD* out_number) override;
   DWORD policy(int information_class, void** out_record) override;
@@ -67,9 +71,10 @@ class Client_Service final : public Registry_Service {
   DWORD read(HKEY key, DWORD right, const typename Call::Question& question, Take take) {
     return ask<Call>(key, right, question, std::move(take));
   }
-  // Deletions: what is gone when the question is heard again was there at the first time.
+  // Deletions and renaming: what is gone when the question is heard again was there at the first time.
   template <class Call>
-  DWORD remove(HKEY key, DWORD right, const typename Call::Question& question, Rights rights);
+  DWORD remove(HKEY key, DWORD right, const typename Call::Question& question, Rights rights,
+               Length length = Length::usual);
   // Asks for a key below another one, and gives out a handle to it.
   template <class Call, class Take>
   DWORD open(HKEY key, std::u16string_view path, const typename Call::Question& question, Take take, HKEY* out_key);
@@ -119,10 +124,12 @@ DWORD Client_Service::ask_server(const typename Call::Question& question, Take t
 }
 
 template <class Call>
-DWORD Client_Service::remove(HKEY key, DWORD right, const typename Call::Question& question, Rights rights) {
+DWORD Client_Service::remove(HKEY key, DWORD right, const typename Call::Question& question, Rights rights,
+                             Length length) {
   auto exchange = client::exchange<Call>(question);
   return with_key(key, right, [&](Subject subject) -> DWORD {
     subject.by_thread = rights == Rights::of_thread;
+    subject.takes_long = length == Length::whole_hives;
     const DWORD code = carrier_.carry(exchange, subject);
     return code == ERROR_FILE_NOT_FOUND && exchange.was_asked_before ? ERROR_SUCCESS : code;
   });

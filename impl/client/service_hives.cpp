@@ -44,6 +44,12 @@ DWORD Client_Service::load_key(HKEY key, std::u16string_view path, const char* f
       [](const auto& answer) { return DWORD{answer.code}; }, Rights::of_thread, Length::whole_hives);
 }
 
+DWORD Client_Service::unload_key(HKEY key, std::u16string_view path) {
+  if (!fits_message(path)) return ERROR_INVALID_PARAMETER;
+  return remove<wire::Unload_Key>(key, KEY_SET_VALUE | KEY_CREATE_SUB_KEY, {0, wire::bytes_of(path)}, Rights::of_thread,
+                                  Length::whole_hives);
+}
+
 DWORD Client_Service::backup(const char* path) {
   const std::string folder = path;
   return ask_server<wire::Backup>(

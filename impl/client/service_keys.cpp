@@ -65,6 +65,12 @@ DWORD Client_Service::delete_key(HKEY key, std::u16string_view path) {
   return remove<wire::Delete_Key>(key, 0, {0, wire::bytes_of(path)}, Rights::of_thread);
 }
 
+DWORD Client_Service::rename_key(HKEY key, std::u16string_view path, std::u16string_view new_name) {
+  if (!fits_message(path) || !fits_message(new_name)) return ERROR_INVALID_PARAMETER;
+  return remove<wire::Rename_Key>(key, KEY_SET_VALUE | KEY_CREATE_SUB_KEY,
+                                  {0, wire::bytes_of(path), wire::bytes_of(new_name)}, Rights::of_thread);
+}
+
 DWORD Client_Service::flush_key(HKEY key) {
   return ask<wire::Flush_Key>(
       key, 0, {}, [](const auto& answer) { return DWORD{answer.code}; }, Rights::of_handle, Length::whole_hives);

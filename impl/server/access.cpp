@@ -1,5 +1,6 @@
 #include "impl/server/access.h"
 
+#include <unistd.h>
 #include <winnt.h>
 
 #include "impl/inproc/access_mask.h"
@@ -16,6 +17,8 @@ constexpr DWORD reading_rights = KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS | KEY_
 constexpr DWORD writing_rights = KEY_SET_VALUE | KEY_CREATE_SUB_KEY | KEY_CREATE_LINK | DELETE;
 
 }  // namespace
+
+bool is_administrator(const Peer& peer) { return peer.is_root() || peer.user == geteuid(); }
 
 Allowed allowed_to(const Peer& peer, const hive::Key_Rights& rights) {
   if (peer.is_root()) return {true, true};

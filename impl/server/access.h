@@ -12,6 +12,9 @@
 
 namespace impl::server {
 
+// Whoever has the hives' files anyway: root, and the user that the server runs as.
+bool is_administrator(const Peer& peer);
+
 struct Allowed {
   bool reading = false;
   bool writing = false;

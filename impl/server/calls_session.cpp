@@ -1,11 +1,11 @@
 // Beginning a session, the list of clients, and the end of the server.
 #include <sys/random.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "impl/server/access.h"
 #include "impl/server/core.h"
 #include "impl/server/perform.h"
 
@@ -73,7 +73,7 @@ DWORD perform(Caller& caller, wire::List_Connected::Question&, wire::List_Connec
 }
 
 DWORD perform(Caller& caller, wire::Shut_Down::Question&, wire::Shut_Down::Answer*) {
-  if (!caller.peer().is_root() && caller.peer().user != geteuid()) return ERROR_ACCESS_DENIED;
+  if (!is_administrator(caller.peer())) return ERROR_ACCESS_DENIED;
   caller.core.shut_down();
   return ERROR_SUCCESS;
 }

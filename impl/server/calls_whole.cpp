@@ -1,5 +1,4 @@
 // Whole hives, and writing through to the disk: the worker does it, so that nobody else waits.
-#include <unistd.h>
 #include <winnt.h>
 
 #include <cerrno>
@@ -18,14 +17,6 @@ namespace {
 
 constexpr const char* hive_name = "hive";
 constexpr const char* backup_names[] = {"machine.hive", "user.hive", "users.hive"};
-
-DWORD code_of_errno(int error) {
-  if (error == ENOSPC || error == EDQUOT) return ERROR_DISK_FULL;
-  return error == ENOMEM || error == EMFILE || error == ENFILE ? ERROR_NOT_ENOUGH_MEMORY : ERROR_REGISTRY_IO_FAILED;
-}
-
-// Whoever has the hives' files anyway.
-bool is_administrator(const Peer& peer) { return peer.is_root() || peer.user == geteuid(); }
 
 // Whether the peer may read a key and all below it.
 hive::Status check_may_read(hive::Registry& registry, const Peer& peer, const hive::Key& key) {

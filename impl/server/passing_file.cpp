@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
+#include <winerror.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -39,6 +40,11 @@ int Passing_Folder::put(const std::string& name, wire::Bytes bytes) const {
     bytes = bytes.subspan(static_cast<std::size_t>(written));
   }
   return 0;
+}
+
+DWORD code_of_errno(int error) {
+  if (error == ENOSPC || error == EDQUOT) return ERROR_DISK_FULL;
+  return error == ENOMEM || error == EMFILE || error == ENFILE ? ERROR_NOT_ENOUGH_MEMORY : ERROR_REGISTRY_IO_FAILED;
 }
 
 }  // namespace impl::server

@@ -1,6 +1,8 @@
 // Files that lie in the data folder for as long as they are made or read.
 #pragma once
 
+#include <windef.h>
+
 #include <string>
 
 #include "impl/wire/fields.h"
@@ -29,5 +31,8 @@ class Passing_Folder {
  private:
   std::string path_;
 };
+
+// What is told of such a file that cannot be made or read.
+DWORD code_of_errno(int error);
 
 }  // namespace impl::server

@@ -48,6 +48,18 @@ struct Hive_File {
   Descriptor file;
 };
 
+// `has` tells which texts there are: bit 0 for the key, bit 1 for the value.
+inline constexpr Number fault_has_key = 1;
+inline constexpr Number fault_has_value = 2;
+
+struct Hive_Fault {
+  Number kind = 0;
+  Number has = 0;
+  Bytes key;
+  Bytes value;
+  Bytes text;
+};
+
 struct Connected_Client {
   Number process = 0;
   Number user = 0;
@@ -60,11 +72,13 @@ struct Connected_Client {
 inline auto fields_of(Sub_Key& r) { return std::tie(r.name, r.class_name, r.last_write_time); }
 inline auto fields_of(Value& r) { return std::tie(r.name, r.type, r.size, r.data); }
 inline auto fields_of(Hive_File& r) { return std::tie(r.name, r.file); }
+inline auto fields_of(Hive_Fault& r) { return std::tie(r.kind, r.has, r.key, r.value, r.text); }
 inline auto fields_of(Connected_Client& r) { return std::tie(r.process, r.user, r.host, r.program, r.since); }
 
 using Sub_Keys = std::vector<Sub_Key>;
 using Values = std::vector<Value>;
 using Hive_Files = std::vector<Hive_File>;
+using Hive_Faults = std::vector<Hive_Fault>;
 using Connected_Clients = std::vector<Connected_Client>;
 
 // The bytes of a record's fields, about as many as they take in a message.

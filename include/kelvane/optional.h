@@ -142,7 +142,7 @@ static inline WinChar* KvOptionalText(const wchar_t* text) {
  * Within a batch the thread cannot watch keys or ask for the image of the user's hive:
  * ERROR_TRANSACTION_REQUEST_NOT_VALID (6702). Backups and RegFlushKey are of what was committed.
  *
- * 6702: the thread has a batch already.
+ * 6702: the thread has a batch already; 120: the registry is served by a server, which has no batches.
  */
 static inline LSTATUS KvBeginBatch(void) {
   typedef DWORD (*Entry)(void*);
@@ -181,7 +181,8 @@ static inline LSTATUS KvAbandonBatch(void) {
  * a key that was missing. Loading copies, so nothing is written back to the file; save the key first to keep changes.
  * Handles to the key and below it answer 1018 afterwards. key needs KEY_SET_VALUE and KEY_CREATE_SUB_KEY.
  *
- * 2: no such key; ERROR_INVALID_PARAMETER (87): the key was not made by loading; 5: a root.
+ * 2: no such key; ERROR_INVALID_PARAMETER (87): the key was not made by loading; 5: a root, or with a server others
+ * than root and the server's own user.
  */
 static inline LSTATUS KvUnLoadKey(HKEY key, const wchar_t* sub_key) {
   typedef DWORD (*Entry)(HKEY, const WinChar*, void*);
@@ -227,7 +228,8 @@ static inline LSTATUS KvRenameKey(HKEY key, const wchar_t* sub_key, const wchar_
  * Looks through the whole hive that the key lies in, while programs go on using it; nothing is changed. out_counts and
  * callback may be null. The callback is told of each fault, in this thread, when the looking is over. The result is 0
  * when the hive could be looked through, faults or not; 1009 when its structure is damaged, which is then told as a
- * fault too.
+ * fault too. With a server only root and the server's own user may ask (5), and no more faults are told than together
+ * have 4 MiB.
  */
 static inline LSTATUS KvCheckKey(HKEY key, KvHiveCounts* out_counts, KvHiveFaultCallback callback, void* context) {
   typedef DWORD (*Entry)(HKEY, KvHiveCounts*, KvHiveFaultCallback, void*, void*);
@@ -240,7 +242,8 @@ static inline LSTATUS KvCheckKey(HKEY key, KvHiveCounts* out_counts, KvHiveFault
  * The same for a hive file that the registry does not use, such as a saved key or a backup, named in the code page.
  * Neither the file nor what lies beside it is changed.
  *
- * 2: no such file; 170: the registry uses it; 1017: it is no hive, or one of a newer version.
+ * 2: no such file; 170: the registry uses it, or with a server a log stands beside it; 1017: it is no hive, or one of a
+ * newer version; 5: with a server others than root and the server's own user.
  */
 static inline LSTATUS KvCheckHiveFile(const char* file, KvHiveCounts* out_counts, KvHiveFaultCallback callback,
                                       void* context) {

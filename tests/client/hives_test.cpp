@@ -1,5 +1,7 @@
 // Whole hives through a real server: files are the client's.
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "tests/client/served.h"
 
@@ -57,6 +59,59 @@ TEST_F(Whole_Hives, ABackupHoldsTheHivesAndReplacesTheOneBefore) {
   }
   std::ofstream(file("taken")) << "";
   EXPECT_EQ(service().backup(file("taken").c_str()), 183u);
+}
+
+TEST_F(Whole_Hives, LoadedKeysAreUnloaded) {
+  ASSERT_EQ(service().save_key(base, file("saved").c_str()), 0u);
+  ASSERT_EQ(service().load_key(base, u"to", file("saved").c_str()), 0u);
+  const HKEY reader = client().made(base, u"", KEY_READ);
+  EXPECT_EQ(service().unload_key(reader, u"to"), 5u);
+  service().close_key(reader);
+  const HKEY loaded = client().made(base, u"to");
+  EXPECT_EQ(service().unload_key(base, u"to"), 0u);
+  EXPECT_EQ(client().set(loaded, u"v", REG_BINARY, "x"), 1018u);
+  service().close_key(loaded);
+  EXPECT_EQ(service().unload_key(base, u"to"), 2u);
+  service().close_key(client().made(base, u"own"));
+  EXPECT_EQ(service().unload_key(base, u"own"), 87u);
+}
+
+TEST_F(Whole_Hives, AreLookedThroughAndCounted) {
+  impl::Hive_Report before, after;
+  ASSERT_EQ(service().check_key(base, &before), 0u);
+  EXPECT_GE(before.keys, 2u);
+  EXPECT_TRUE(before.faults.empty());
+  const HKEY mist = client().made(base, u"mist", KEY_ALL_ACCESS, REG_OPTION_VOLATILE);
+  ASSERT_EQ(client().set(mist, u"v", REG_BINARY, "four"), 0u);
+  ASSERT_EQ(service().check_key(mist, &after), 0u);
+  EXPECT_EQ(after.keys, before.keys + 1);
+  EXPECT_EQ(after.volatile_keys, before.volatile_keys + 1);
+  EXPECT_EQ(after.values, before.values + 1);
+  EXPECT_EQ(after.data_size, before.data_size + 4);
+  service().close_key(mist);
+  const HKEY writer = client().made(base, u"", KEY_SET_VALUE);
+  EXPECT_EQ(service().check_key(writer, &after), 5u);
+  service().close_key(writer);
+}
+
+TEST_F(Whole_Hives, FilesAreLookedThroughAndStayAsTheyAre) {
+  const HKEY key = client().made(base, u"deep");
+  ASSERT_EQ(client().set(key, u"v", REG_BINARY, "leaf"), 0u);
+  service().close_key(key);
+  ASSERT_EQ(service().save_key(base, file("saved").c_str()), 0u);
+  std::ostringstream was, is;
+  was << std::ifstream(file("saved")).rdbuf();
+  impl::Hive_Report report;
+  EXPECT_EQ(service().check_file(file("saved").c_str(), &report), 0u);
+  EXPECT_EQ(report.values, 1u);
+  EXPECT_EQ(report.data_size, 4u);
+  EXPECT_TRUE(report.faults.empty());
+  is << std::ifstream(file("saved")).rdbuf();
+  EXPECT_EQ(was.str(), is.str());
+  EXPECT_FALSE(std::filesystem::exists(file("saved") + "-wal"));
+  EXPECT_EQ(service().check_file(file("none").c_str(), &report), 2u);
+  std::ofstream(file("text")) << "no hive";
+  EXPECT_EQ(service().check_file(file("text").c_str(), &report), 1017u);
 }
 
 TEST_F(Whole_Hives, TheUsersImageIsGivenAndNoneAtTheEnd) {

@@ -226,6 +226,33 @@ TEST_F(Operations, RightsAreToldAndChangedOneByOne) {
   EXPECT_EQ(service().describe_rights(base, u"none", &facts), 2u);
 }
 
+TEST_F(Operations, KeysAreRenamedAndKeepTheirHandles) {
+  const HKEY key = client().made(base, u"old");
+  ASSERT_EQ(client().set(key, u"v", REG_BINARY, "kept"), 0u);
+  ASSERT_EQ(service().rename_key(base, u"old", u"new"), 0u);
+  EXPECT_EQ(client().get(key, u"v"), (Value{0, REG_BINARY, "kept"}));
+  ASSERT_EQ(service().rename_key(key, u"", u"NEW"), 0u);
+  char16_t text[257];
+  impl::Text_Room name{text, 257};
+  ASSERT_EQ(service().enumerate_key(base, 0, name, nullptr, nullptr), 0u);
+  EXPECT_EQ(std::u16string(text, name.length), u"NEW");
+  service().close_key(key);
+}
+
+TEST_F(Operations, RenamingIsRefusedAsWithoutAServer) {
+  service().close_key(client().made(base, u"one"));
+  service().close_key(client().made(base, u"two"));
+  EXPECT_EQ(service().rename_key(base, u"none", u"name"), 2u);
+  EXPECT_EQ(service().rename_key(base, u"one", u"TWO"), 183u);
+  EXPECT_EQ(service().rename_key(base, u"one", u""), 87u);
+  EXPECT_EQ(service().rename_key(base, u"one", u"a\\b"), 87u);
+  EXPECT_EQ(service().rename_key(base, u"one", std::u16string(257, u'n')), 87u);
+  EXPECT_EQ(service().rename_key(HKEY_LOCAL_MACHINE, u"", u"name"), 5u);
+  const HKEY reader = client().made(base, u"", KEY_READ);
+  EXPECT_EQ(service().rename_key(reader, u"one", u"name"), 5u);
+  service().close_key(reader);
+}
+
 TEST_F(Operations, FlushAndConnectReachTheServer) {
   EXPECT_EQ(service().flush_key(base), 0u);
   HKEY root = nullptr;

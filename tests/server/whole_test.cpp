@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "impl/wire/sealed_memory.h"
+#include "tests/hive/database.h"
 #include "tests/server/served.h"
 
 namespace {
@@ -104,6 +105,73 @@ TEST_F(Whole_Hives, KeysAreRenamedInTheirPlace) {
   EXPECT_EQ(string_of(query(client, key, u"v")->data), "leaf");
   EXPECT_EQ(open(client, machine, u"Tree\\Twig")->code, 0u);
   EXPECT_EQ(client.ask<wire::Rename_Key>(asked)->code, 2u);
+}
+
+TEST_F(Whole_Hives, AreLookedThroughAndCounted) {
+  const auto answered = client.ask<wire::Check_Key>({.key = key});
+  EXPECT_EQ(answered->code, 0u);
+  EXPECT_EQ(answered->values, 1u);
+  EXPECT_EQ(answered->data_size, 4u);
+  EXPECT_GE(answered->keys, 3u);
+  EXPECT_TRUE(answered->faults.empty());
+  create(client, machine, u"Tree\\Mist", KEY_ALL_ACCESS, REG_OPTION_VOLATILE);
+  const auto again = client.ask<wire::Check_Key>({.key = key});
+  EXPECT_EQ(again->keys, answered->keys + 1);
+  EXPECT_EQ(again->volatile_keys, answered->volatile_keys + 1);
+}
+
+TEST_F(Whole_Hives, AreLookedThroughOnlyByAHandleThatMayRead) {
+  const wire::Number writer = open(client, machine, u"Tree", KEY_SET_VALUE)->handle;
+  EXPECT_EQ(client.ask<wire::Check_Key>({.key = writer})->code, 5u);
+  EXPECT_EQ(client.ask<wire::Check_Key>({.key = 12345})->code, 6u);
+}
+
+TEST_F(Whole_Hives, ThatAreSentAreLookedThrough) {
+  const wire::Unique_Fd hive = wire::seal(bytes(saved()));
+  const auto answered = client.ask<wire::Check_File>({.hive = {hive.get()}});
+  EXPECT_EQ(answered->code, 0u);
+  EXPECT_EQ(answered->values, 1u);
+  EXPECT_EQ(answered->data_size, 4u);
+  EXPECT_TRUE(answered->faults.empty());
+  const wire::Unique_Fd text_file = wire::seal(bytes(std::string(5000, 't')));
+  EXPECT_EQ(client.ask<wire::Check_File>({.hive = {text_file.get()}})->code, 1017u);
+  EXPECT_EQ(client.ask<wire::Check_File>({})->code, 87u);
+}
+
+TEST_F(Whole_Hives, AreToldOfWithTheirFaults) {
+  const std::string file = served.folder() + "/damaged";
+  hivetest::write_bytes(file, saved());
+  hivetest::Database(file).run(
+      "UPDATE node SET value_count = 0 WHERE folded = 'BRANCH' AND kind = 0;"
+      "UPDATE node SET type = -1 WHERE folded = 'V' AND kind = 1");
+  const wire::Unique_Fd hive = wire::seal(bytes(hivetest::bytes_of(file)));
+  const auto answered = client.ask<wire::Check_File>({.hive = {hive.get()}});
+  EXPECT_EQ(answered->code, 0u);
+  ASSERT_EQ(answered->faults.size(), 2u);
+  const wire::Hive_Fault& counts = answered->faults[0];
+  EXPECT_EQ(counts.kind, 8u);
+  EXPECT_EQ(counts.has, 1u);
+  EXPECT_EQ(units_of(counts.key), u"Branch");
+  EXPECT_NE(string_of(counts.text).find("the number of its values is not what it says"), std::string::npos);
+  const wire::Hive_Fault& data = answered->faults[1];
+  EXPECT_EQ(data.kind, 12u);
+  EXPECT_EQ(data.has, 3u);
+  EXPECT_EQ(units_of(data.key), u"Branch");
+  EXPECT_EQ(units_of(data.value), u"v");
+}
+
+TEST(Whole_Hives_Of_Others, AreNotLookedThrough) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root becomes an ordinary user";
+  Served served;
+  EXPECT_EQ(as_ordinary_user([&] {
+              Client client(served.address());
+              CHECK_OR_LINE(client.begin()->code == 0);
+              CHECK_OR_LINE(client.ask<wire::Check_Key>({.key = machine})->code == 5);
+              const wire::Unique_Fd hive = wire::seal(bytes("any"));
+              CHECK_OR_LINE(client.ask<wire::Check_File>({.hive = {hive.get()}})->code == 5);
+              return 0;
+            }),
+            0);
 }
 
 TEST_F(Whole_Hives, TheHostTellsOfItsUsersAndOfItself) {

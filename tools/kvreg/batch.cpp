@@ -27,6 +27,10 @@ void note_outcome(void* context, const KvBatchHive* hive) {
 
 Batch::Batch() {
   const auto code = static_cast<DWORD>(KvBeginBatch());
+  if (code == ERROR_CALL_NOT_IMPLEMENTED) {
+    throw Complaint(
+        "there are no batches in this registry mode, and nothing was changed; --no-batch writes line by line");
+  }
   if (code != ERROR_SUCCESS) throw Failure{"a batch of changes", "", code};
 }
 

@@ -16,7 +16,7 @@ struct Hive_Outcome {
 
 class Batch {
  public:
-  // Throws Failure where there are no batches (ERROR_CALL_NOT_IMPLEMENTED).
+  // Throws Complaint where there are no batches.
   Batch();
   // Abandons what was not committed.
   ~Batch();
