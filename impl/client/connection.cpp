@@ -33,16 +33,7 @@ std::uint64_t microseconds_until(Deadline deadline) {
   return left > 0 ? static_cast<std::uint64_t>(left) : 0;
 }
 
-class Bus_Error {
- public:
-  ~Bus_Error() { sd_bus_error_free(&error_); }
-  sd_bus_error* out() { return &error_; }
-  bool is(const char* name) const { return sd_bus_error_has_name(&error_, name) != 0; }
-
- private:
-  sd_bus_error error_{};
-};
-
+constexpr std::uint64_t per_second = 1'000'000;
 constexpr int look_about = 1000;  // milliseconds
 
 struct Awaited {
@@ -59,14 +50,11 @@ struct Slot_Release {
 };
 using Slot = std::unique_ptr<sd_bus_slot, Slot_Release>;
 
-Reply reply_of(const Bus_Error& error, int result, bool is_open) {
-  if (error.is(wire::error_malformed)) return Reply::malformed;
-  if (error.is(wire::error_limit)) return Reply::limit;
-  if (error.is(wire::error_no_session)) return Reply::stranger;
-  if (result == -ENOMEM) return Reply::no_memory;
-  if (result == -EINTR) return Reply::lost;  // a signal took the wait away; the answer cannot be waited for again
-  if (result == -ETIMEDOUT && is_open) return Reply::late;
-  return is_open ? Reply::wrong : Reply::lost;
+Reply refusal(const sd_bus_error* error) {
+  if (sd_bus_error_has_name(error, wire::error_malformed) != 0) return Reply::malformed;
+  if (sd_bus_error_has_name(error, wire::error_limit) != 0) return Reply::limit;
+  if (sd_bus_error_has_name(error, wire::error_no_session) != 0) return Reply::stranger;
+  return Reply::wrong;
 }
 
 }  // namespace
@@ -119,10 +107,8 @@ bool Connection::greet(Deadline deadline, std::string* out_trouble) {
   sd_bus_negotiate_fds(bus, 1);
   result = sd_bus_start(bus);
   while (result >= 0 && (result = sd_bus_is_ready(bus)) == 0) {
-    const std::uint64_t left = microseconds_until(deadline);
-    if (left == 0) result = -ETIMEDOUT;
-    if (result >= 0) result = sd_bus_process(bus, nullptr);
-    if (result == 0) result = sd_bus_wait(bus, left);
+    result = sd_bus_process(bus, nullptr);
+    if (result == 0) result = wait(deadline);
   }
   if (result < 0) *out_trouble = std::string("no greeting: ") + std::strerror(-result);
   return result > 0;
@@ -161,18 +147,48 @@ Reply Connection::await(Exchange& exchange, const std::function<bool()>& goes_on
   return Reply::answered;
 }
 
+// Signals that are handled meanwhile neither end the wait nor make it longer.
+int Connection::wait(Deadline deadline) {
+  for (;;) {
+    const int events = sd_bus_get_events(bus_);
+    if (events < 0) return events;
+    const std::uint64_t left = microseconds_until(deadline);
+    if (left == 0) return -ETIMEDOUT;
+    const timespec patience{static_cast<time_t>(left / per_second), static_cast<long>(left % per_second * 1000)};
+    pollfd end{socket_.fd(), static_cast<short>(events), 0};
+    if (ppoll(&end, 1, &patience, nullptr) >= 0) return 0;
+    if (errno != EINTR) return -errno;
+  }
+}
+
+// Nothing is there to be read before the question has been sent, and nothing but its answer comes then.
+int Connection::exchange_messages(sd_bus_message* question, Deadline deadline, Message* out_answer) {
+  std::uint64_t cookie = 0;
+  int result = sd_bus_send(bus_, question, &cookie);
+  if (result >= 0) result = wait(deadline);
+  while (result >= 0 && *out_answer == nullptr) {
+    sd_bus_message* arrived = nullptr;
+    result = sd_bus_process(bus_, &arrived);
+    out_answer->reset(arrived);
+    if (result == 0) result = wait(deadline);
+  }
+  if (result < 0) return result;
+  std::uint64_t answered = 0;
+  return sd_bus_message_get_reply_cookie(out_answer->get(), &answered) >= 0 && answered == cookie ? 0 : -EBADMSG;
+}
+
 Reply Connection::ask(Exchange& exchange, wire::Number key, std::chrono::milliseconds patience, DWORD* out_code) {
   const Message message = question(exchange, key);
   if (message == nullptr) return sd_bus_is_open(bus_) > 0 ? Reply::no_memory : Reply::lost;
-  Bus_Error error;
-  sd_bus_message* answered = nullptr;
-  const auto timeout = static_cast<std::uint64_t>(std::chrono::duration_cast<microseconds>(patience).count());
-  const int result = sd_bus_call(bus_, message.get(), timeout, error.out(), &answered);
-  const Message answer(answered);
-  if (result < 0) return reply_of(error, result, sd_bus_is_open(bus_) > 0);
+  Message answer;
+  const int result = exchange_messages(message.get(), Clock::now() + patience, &answer);
+  if (result == -ENOMEM) return Reply::no_memory;
+  if (sd_bus_is_open(bus_) <= 0) return Reply::lost;
+  if (result < 0) return result == -ETIMEDOUT ? Reply::late : Reply::wrong;
   std::uint64_t unexpected = 0;
   if (sd_bus_get_n_queued_read(bus_, &unexpected) >= 0 && unexpected > 0) return Reply::wrong;
-  const DWORD code = exchange.read(answered);
+  if (sd_bus_message_is_method_error(answer.get(), nullptr) > 0) return refusal(sd_bus_message_get_error(answer.get()));
+  const DWORD code = exchange.read(answer.get());
   if (code == wrong_answer) return Reply::wrong;
   *out_code = code;
   return Reply::answered;

@@ -58,6 +58,10 @@ class Connection {
  private:
   explicit Connection(Own_Socket socket);
   bool greet(Deadline deadline, std::string* out_trouble);
+  // Until the socket is ready for what the bus wants of it: 0, -ETIMEDOUT, or why not.
+  int wait(Deadline deadline);
+  // Sends a question and takes what comes: 0, -EBADMSG for another message than its answer, or why nothing came.
+  int exchange_messages(sd_bus_message* question, Deadline deadline, Message* out_answer);
 
   Own_Socket socket_;
   const int process_;
