@@ -8,6 +8,28 @@
 #include "registry/root_keys.h"
 #include "registry/wide_buffers.h"
 
+namespace {
+
+// The default value of a sub-key, which is to be a text; one that was never set reads as an empty text.
+template <typename Char, typename Open, typename Query>
+LSTATUS query_default(HKEY key, const Char* sub_key, Char* data, PLONG size, Open open, Query query) {
+  if (key == HKEY_PERFORMANCE_DATA || key == nullptr) return ERROR_INVALID_HANDLE;
+  HKEY target;
+  const LSTATUS opened = open(key, sub_key, 0, KEY_QUERY_VALUE, &target);
+  if (opened != ERROR_SUCCESS) return opened;
+  DWORD type = REG_NONE;
+  const LSTATUS result =
+      query(target, nullptr, nullptr, &type, reinterpret_cast<LPBYTE>(data), reinterpret_cast<LPDWORD>(size));
+  if (target != key) RegCloseKey(target);
+  if (result == ERROR_SUCCESS && type != REG_SZ) return ERROR_INVALID_DATA;
+  if (result != ERROR_FILE_NOT_FOUND) return result;
+  if (size != nullptr) *size = sizeof(Char);
+  if (data != nullptr) data[0] = Char{};
+  return ERROR_SUCCESS;
+}
+
+}  // namespace
+
 LSTATUS RegQueryValueExA(HKEY key, LPCSTR value_name, LPDWORD reserved, LPDWORD out_type, LPBYTE data, LPDWORD size) {
   return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
     const Saveable_Name name(value_name);
@@ -33,19 +55,7 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR value_name, LPDWORD reserved, LPDWORD 
 
 LSTATUS RegQueryValueA(HKEY key, LPCSTR sub_key, LPSTR data, PLONG size) {
   return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
-    if (key == HKEY_PERFORMANCE_DATA || key == nullptr) return ERROR_INVALID_HANDLE;
-    HKEY target;
-    const LSTATUS opened = RegOpenKeyExA(key, sub_key, 0, KEY_QUERY_VALUE, &target);
-    if (opened != ERROR_SUCCESS) return opened;
-    DWORD type = REG_NONE;
-    const LSTATUS result = RegQueryValueExA(target, nullptr, nullptr, &type, reinterpret_cast<LPBYTE>(data),
-                                            reinterpret_cast<LPDWORD>(size));
-    if (target != key) RegCloseKey(target);
-    if (result == ERROR_SUCCESS && type != REG_SZ) return ERROR_INVALID_DATA;
-    if (result != ERROR_FILE_NOT_FOUND) return result;
-    if (size != nullptr) *size = 1;
-    if (data != nullptr) data[0] = '\0';
-    return ERROR_SUCCESS;
+    return query_default(key, sub_key, data, size, RegOpenKeyExA, RegQueryValueExA);
   });
 }
 
@@ -64,18 +74,6 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR value_name, LPDWORD reserved, LPDWORD
 
 LSTATUS RegQueryValueW(HKEY key, LPCWSTR sub_key, LPWSTR data, PLONG size) {
   return gated(key, [=]() KV_IN_FRONT -> LSTATUS {
-    if (key == HKEY_PERFORMANCE_DATA || key == nullptr) return ERROR_INVALID_HANDLE;
-    HKEY target;
-    const LSTATUS opened = RegOpenKeyExW(key, sub_key, 0, KEY_QUERY_VALUE, &target);
-    if (opened != ERROR_SUCCESS) return opened;
-    DWORD type = REG_NONE;
-    const LSTATUS result = RegQueryValueExW(target, nullptr, nullptr, &type, reinterpret_cast<LPBYTE>(data),
-                                            reinterpret_cast<LPDWORD>(size));
-    if (target != key) RegCloseKey(target);
-    if (result == ERROR_SUCCESS && type != REG_SZ) return ERROR_INVALID_DATA;
-    if (result != ERROR_FILE_NOT_FOUND) return result;
-    if (size != nullptr) *size = sizeof(wchar_t);
-    if (data != nullptr) data[0] = L'\0';
-    return ERROR_SUCCESS;
+    return query_default(key, sub_key, data, size, RegOpenKeyExW, RegQueryValueExW);
   });
 }
