@@ -5,6 +5,8 @@
 #include <kelvane/process.h>
 #include <kelvane/registry_ops.h>
 
+#include <new>
+
 #include "bootstrap/registry_table.h"
 #include "registry/hkcu_file.h"
 
@@ -21,8 +23,13 @@ constexpr char server_library[] = "advapi32server.dll";
 // How the base library reaches the registry.
 class RegistryOperations final : public RegistryOps {
  public:
+  // At the end of the process there is nobody to hear of it otherwise.
   int Close() override {
-    RegUxClose(0, 0);
+    try {
+      RegUxClose(0, 0);
+    } catch (const std::bad_alloc&) {
+      KvConsoleMessage("There is no memory to write the HKCU file: the user's hive alone holds the changes.\n");
+    }
     return 0;
   }
   int CloseKey(void* key) override { return RegCloseKey(static_cast<HKEY>(key)); }

@@ -4,9 +4,11 @@
 #include <kelvane/descriptor.h>
 #include <kelvane/notify.h>
 #include <kelvane/number.h>
+#include <kelvane/process.h>
 #include <kelvane/window_procedure.h>
 
 #include <cstdlib>
+#include <new>
 
 #include "bootstrap/call_log.h"
 #include "bootstrap/duvet.h"
@@ -16,6 +18,8 @@
 
 inline namespace kelvane {
 namespace {
+
+constexpr int out_of_memory = 255;  // the status of a process that cannot start
 
 Clb_Globals* library_globals = nullptr;
 
@@ -89,7 +93,15 @@ void initialize_windows_stubs(void) {
   InitAdvapi32();
 }
 
-void init_advapi32(void) { initialize_windows_stubs(); }
+// The process has not begun: without memory it ends here, with a word instead of a core.
+void init_advapi32(void) {
+  try {
+    initialize_windows_stubs();
+  } catch (const std::bad_alloc&) {
+    KvConsoleMessage("Fatal Error: there is no memory to start libadvapi32.\n");
+    Kv_Exit(out_of_memory);
+  }
+}
 
 void KvDestroyAdvapi32(void) {
   // Null in a process that never started the library.

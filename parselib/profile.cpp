@@ -53,7 +53,8 @@ const char* base_name(const char* path) {
   return slash != nullptr ? slash + 1 : path;
 }
 
-Profiler::Profiler(const char* file) : settings_(settings_of(file)), defaults_(nullptr) {
+Profiler::Profiler(const char* file) {
+  settings_ = settings_of(file);
   defaults_ = read_stream(*this, clAtom("profile-defaults-file"));
   if (settings_->get_key() != nullptr) {
     *defaults_ << '(' << settings_->get_key() << '\n' << kvflush;
@@ -62,8 +63,9 @@ Profiler::Profiler(const char* file) : settings_(settings_of(file)), defaults_(n
   }
 }
 
+// A fault of the scanner ends the process while the profile is being opened.
 Profiler::~Profiler() {
-  *defaults_ << ")\n" << kvflush;
+  if (defaults_ != nullptr) *defaults_ << ")\n" << kvflush;
   delete settings_;
   delete defaults_;
 }

@@ -40,8 +40,8 @@ class Profiler final : public Bone {
   bool begin_line(const char* opening, const clAtom& name) const;
   Bone* read_bone(const clAtom& name, Bone* fallback, const char* kind) const;
 
-  Frame* settings_;
-  kvostream* defaults_;  // null while the profile is opened: nothing is recorded then
+  Frame* settings_ = nullptr;
+  kvostream* defaults_ = nullptr;  // null while the profile is opened: nothing is recorded then
 };
 
 // A stream on the file that the setting names ("/dev/null" without it, standard output for "-"), owned by the
