@@ -76,7 +76,7 @@ class Connection {
   sqlite3* handle() { return db_; }
   // Null with a failure noted when it cannot be prepared.
   sqlite3_stmt* prepared(Query query);
-  // Runs statements that are not kept.
+  // Runs statements that are not kept; none after a failure that is noted.
   Status run_text(const char* text);
 
   // The first failure since it was cleared.

@@ -11,7 +11,7 @@ const char* address(const void* data) { return data == nullptr ? "" : static_cas
 }  // namespace
 
 Statement::Statement(Connection& connection, Query query)
-    : connection_(connection), statement_(connection.prepared(query)) {}
+    : connection_(connection), statement_(connection.prepared(query)), runs_after_failure_(query == Query::rollback) {}
 
 Statement::~Statement() {
   if (statement_ == nullptr) return;
@@ -44,7 +44,7 @@ Statement& Statement::bind_null(int place) {
 }
 
 bool Statement::row() {
-  if (statement_ == nullptr) return false;
+  if (statement_ == nullptr || (connection_.failure().code != 0 && !runs_after_failure_)) return false;
   int code = sqlite3_step(statement_);
   if (code == SQLITE_ROW) return true;
   if (code != SQLITE_DONE) connection_.note(code);
@@ -57,19 +57,25 @@ Status Statement::run() {
   return connection_.status();
 }
 
+// Of a column that has nothing, or of one that there is no memory for.
+std::string_view Statement::nothing() {
+  if (sqlite3_errcode(connection_.handle()) == SQLITE_NOMEM) connection_.note(SQLITE_NOMEM);
+  return {};
+}
+
 bool Statement::is_null(int column) { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
 std::int64_t Statement::number(int column) { return sqlite3_column_int64(statement_, column); }
 
 std::string_view Statement::text(int column) {
   const unsigned char* text = sqlite3_column_text(statement_, column);
-  if (text == nullptr) return {};
+  if (text == nullptr) return nothing();
   return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
 }
 
 std::string_view Statement::data(int column) {
   const void* data = sqlite3_column_blob(statement_, column);
-  if (data == nullptr) return {};
+  if (data == nullptr) return nothing();
   return {static_cast<const char*>(data), static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
 }
 

@@ -1,7 +1,9 @@
 // One run of a kept statement: bind, step, read. Its end makes the statement ready for the next run.
 //
 // Nothing here is checked by the caller row by row: a failure ends the rows and is noted in the connection,
-// which is asked at the end. Texts and data that are bound, and what columns give, live as long as the run.
+// which is asked at the end. From then on nothing runs but the rollback: SQLite has undone the transaction by itself
+// after some failures, and what came then would be a transaction of its own. Texts and data that are bound, and what
+// columns give, live as long as the run.
 #pragma once
 
 #include <cstdint>
@@ -36,8 +38,11 @@ class Statement {
   std::string_view data(int column);
 
  private:
+  std::string_view nothing();
+
   Connection& connection_;
   sqlite3_stmt* statement_;
+  const bool runs_after_failure_;
 };
 
 }  // namespace hive
