@@ -29,6 +29,10 @@ if(KV_SANITIZE)
   target_link_options(kv_house INTERFACE -fsanitize=${KV_SANITIZE})
   # The sanitizers' run-time is the program's; a library leaves its names open.
   set_property(TARGET kv_house PROPERTY INTERFACE_LINK_OPTIONS -fsanitize=${KV_SANITIZE} -Wl,-z,now,-z,relro)
+  # In a program of C, too, the libraries' C++ asks for it.
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    target_link_options(kv_house INTERFACE -fsanitize-link-c++-runtime)
+  endif()
 endif()
 if(KV_FUZZ)
   target_compile_options(kv_house INTERFACE -fsanitize=fuzzer-no-link)
