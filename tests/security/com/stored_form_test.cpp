@@ -67,6 +67,33 @@ TEST_F(Com_Stored_Form, MayEndWithItsListsEntry) {
   EXPECT_EQ(hex(written_once()), hex(stored({"000001f4", "00000007"}, {"00000064"})));
 }
 
+TEST_F(Com_Stored_Form, WithAListMayHaveFortyEightBytes) {
+  // Both SIDs lie in the header and count nobody; the list fills what is behind it.
+  answer_stored(bytes("01 00 80 00 00*4  00 00 00 18 00*4  00 00 00 18 00*4  00*8  28 00*7  02 00 08 00 00 00 00 00"));
+  EXPECT_EQ(add({7}, {}), 1);
+  EXPECT_BYTES(written_once(),
+               "01 00 80 00 00*4  00 00 00 28 00*4  00 00 00 34 00*4  00*8  3c 00*7 "
+               "01 01 00*6 00 00 00 07  01 00 00*6  02 00 08 00 00 00 00 00");
+}
+
+TEST_F(Com_Stored_Form, WithADaclInTheHeaderHasRoomForItBehindTheHeader) {
+  // The list begins in the upper half of its own field: 36 bytes of 76 are behind the header.
+  struct Case {
+    const char* size;
+    BOOL done;
+    DWORD code;
+  };
+  for (const Case& c : {Case{"24", 1, 0}, {"25", 0, 0x80040153}}) {
+    recording.reset();
+    recording.script("KvIRegOpenKeyEx", answer_key(key));
+    answer_stored(bytes("01 00 80 00 00*4  00 00 00 28 00*4  00 00 00 34 00*4  00*8  24 00*3 02 00 ") + bytes(c.size) +
+                  bytes("00  01 01 00*6 00 00 01 f4  01 01 00*6 00 00 00 64  00*12"));
+    SetLastError(0);
+    EXPECT_EQ(add({7}, {}), c.done) << c.size;
+    EXPECT_EQ(GetLastError(), c.code) << c.size;
+  }
+}
+
 TEST_F(Com_Stored_Form, OfAnEmptyListHasNobodyToRemove) {
   answer_stored(
       bytes("01 00 80 00 00*4  00 00 00 28 00*4  00 00 00 34 00*4  00*16 "

@@ -74,6 +74,23 @@ TEST(GroupScriptWords, OfBlanksAloneNameNoGroup) {
   EXPECT_ANSWER(host.run([] { return verdict_for({0}); }), "denied");
 }
 
+// The verdict on the user 500 of this login name for a group that the script prints.
+std::string verdict_on_name(const std::string& name) {
+  Host_Of_Users host(name + ":x:500:100::/:/bin/sh\n");
+  host.set_script("echo 34");
+  return host.run([] { return verdict_for({34}); });
+}
+
+TEST(GroupLookUp, TakesEveryLetterAndDigitOfALoginName) {
+  EXPECT_ANSWER(verdict_on_name("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"), "granted");
+}
+
+TEST(GroupLookUp, TakesNoCharacterBesideLettersAndDigits) {
+  for (const char* name : {"a{b", "a[b", "a]b", "a}b", "a^b", "a!b", "a%b", "a,b", "a=b", "a\x7F", "$a", "a$$"}) {
+    EXPECT_ANSWER(verdict_on_name(name), "denied");
+  }
+}
+
 // A descriptor of the user 500 with this control word and revision; the mapping and the privileges fault when they are
 // followed.
 Check_Answer check_of_500(WORD control, BYTE revision, UINT_PTR user) {

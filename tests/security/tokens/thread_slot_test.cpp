@@ -39,8 +39,8 @@ namespace {
 
 class Base_Library : public testing::Test {
  protected:
-  Base_Library() { base() = {.answer = 3}; }
-  ~Base_Library() override { base() = {}; }
+  Base_Library() { base().answer = 3; }
+  ~Base_Library() override { base() = Base(); }
 };
 
 TEST_F(Base_Library, KeepsTheSlotAndItsResultIsTheCallers) {
