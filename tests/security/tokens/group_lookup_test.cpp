@@ -119,5 +119,18 @@ TEST(AccessCheckOfADescriptor, FollowsItsPointersWhateverControlAndRevisionSay) 
                 "grantedgranteddenied");
 }
 
+TEST(AccessCheckOfADescriptor, TakesItAndItsSidsAtAnyAddress) {
+  const Host_Of_Users host;
+  EXPECT_ANSWER(host.run([] {
+    Guarded block(bytes("ee 01 00 00 00 00*36"));
+    Guarded sid(bytes("ee 01 01 00 00 00 00 00 05 f4 01 00 00"));
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(sid.as<void>(1));
+    std::memcpy(block.as<char>(1 + 8), &at, sizeof at);
+    std::memcpy(block.as<char>(1 + 16), &at, sizeof at);
+    return word_for(check_descriptor(block.as<void>(1), token_of(500)));
+  }),
+                "granted");
+}
+
 }  // namespace
 }  // namespace kvtest
