@@ -124,8 +124,9 @@ KV_EXPORT NTSTATUS NTAPI LsaQueryInformationPolicy(LSA_HANDLE policy, POLICY_INF
 /* ---- Answered here ---- */
 
 /*
- * The number of an authentication package: 0 for every prefix of MSV1_0_PACKAGE_NAME, the empty name included;
- * 0xC000000D for any other name. *out_package is 0 in either case.
+ * The number of an authentication package: 0 for every prefix of MSV1_0_PACKAGE_NAME, the empty name included, which
+ * needs no buffer; 0xC000000D for any other name. A zero byte ends a name before its length. *out_package is 0 in
+ * either case.
  */
 KV_EXPORT NTSTATUS NTAPI LsaLookupAuthenticationPackage(HANDLE lsa, PLSA_STRING package_name, PULONG out_package);
 

@@ -11,14 +11,19 @@ namespace {
 constexpr ULONG package_count = 1;
 constexpr const char* package_names[package_count] = {MSV1_0_PACKAGE_NAME};
 
+// QUIRK package-name-prefix: only the given length is compared, so that every prefix names the package. An empty name
+// need not have a buffer.
+bool names(const LSA_STRING& name, const char* package) {
+  return name.Length == 0 || std::strncmp(name.Buffer, package, name.Length) == 0;
+}
+
 }  // namespace
 }  // namespace kelvane
 
 NTSTATUS LsaLookupAuthenticationPackage(HANDLE, PLSA_STRING package_name, PULONG out_package) {
   *out_package = 0;
   for (ULONG package = 0; package < package_count; ++package) {
-    // QUIRK package-name-prefix: only the given length is compared, so that every prefix names the package.
-    if (std::strncmp(package_name->Buffer, package_names[package], package_name->Length) != 0) continue;
+    if (!names(*package_name, package_names[package])) continue;
     *out_package = package;
     return STATUS_SUCCESS;
   }

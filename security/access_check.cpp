@@ -9,6 +9,7 @@
 #include "security/access_check_groups.h"
 #include "security/access_check_ids.h"
 #include "security/access_check_user.h"
+#include "security/descriptor.h"
 
 inline namespace kelvane {
 namespace {
@@ -34,9 +35,9 @@ bool is_member_of_any(const Id_List& groups, uid_t uid) {
   return false;
 }
 
-bool is_granted(const SECURITY_DESCRIPTOR* descriptor, DWORD token) {
-  const Id_List owners(descriptor != nullptr ? descriptor->Owner : nullptr);
-  const Id_List groups(descriptor != nullptr ? descriptor->Group : nullptr);
+bool is_granted(PSECURITY_DESCRIPTOR descriptor, DWORD token) {
+  const Id_List owners(descriptor != nullptr ? fields_of(descriptor)->value.Owner : nullptr);
+  const Id_List groups(descriptor != nullptr ? fields_of(descriptor)->value.Group : nullptr);
   if (means_everybody(owners) && means_everybody(groups)) return true;
   Unix_User user;
   const bool found = token != nobody && user.find(token);
@@ -56,7 +57,7 @@ BOOL KvAccessCheck(PSECURITY_DESCRIPTOR descriptor, HANDLE token, DWORD desired_
   *out_granted_access = desired_access;
   *out_privileges_size = 0;
   const auto uid = static_cast<DWORD>(reinterpret_cast<UINT_PTR>(token));
-  if (!is_granted(static_cast<const SECURITY_DESCRIPTOR*>(descriptor), uid)) {
+  if (!is_granted(descriptor, uid)) {
     SetLastError(ERROR_ACCESS_DENIED);
     *out_status = FALSE;
   }

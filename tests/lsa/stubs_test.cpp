@@ -260,9 +260,12 @@ TEST(Stubs, MapGenericMaskReturnsWhatItsReportReturns) {
   DWORD mask = 0x80000000;
   GENERIC_MAPPING mapping = {1, 2, 4, 8};
   auto* const with_result = reinterpret_cast<int (*)(void*, void*)>(reinterpret_cast<void*>(MapGenericMask));
+  SetLastError(0x5A5A);
   EXPECT_EQ(with_result(&mask, &mapping), 77);
+  EXPECT_EQ(GetLastError(), 0x5A5Au);
   EXPECT_EQ(mask, 0x80000000u);
   ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0].level, 40);
   EXPECT_EQ(reports[0].category, &AdvSecurity);
   EXPECT_EQ(reports[0].text, "MapGenericMask");
 }
