@@ -64,6 +64,22 @@ TEST_F(Get_Value, RefusesOtherTypes) {
   EXPECT_EQ(get("number", RRF_RT_ANY, 4).type, REG_DWORD);
 }
 
+TEST_F(Get_Value, TakesEachTypeByItsOwnFlagAlone) {
+  struct Kind {
+    DWORD type;
+    DWORD flag;
+  };
+  const std::vector<Kind> kinds = {{REG_NONE, 0x01},  {REG_SZ, 0x02},       {REG_EXPAND_SZ, 0x04}, {REG_BINARY, 0x08},
+                                   {REG_DWORD, 0x10}, {REG_MULTI_SZ, 0x20}, {REG_QWORD, 0x40}};
+  for (const Kind& stored : kinds) {
+    set_value(key, "value", stored.type, "ab\0\0"s);
+    for (const Kind& asked : kinds) {
+      const LSTATUS expected = stored.type == asked.type ? 0 : 1630;
+      EXPECT_EQ(get("value", asked.flag | RRF_NOEXPAND, 8).code, expected) << stored.type << ' ' << asked.flag;
+    }
+  }
+}
+
 TEST_F(Get_Value, TakesAnyTypeIncludingThoseWithoutAFlag) {
   set_value(key, "link", REG_LINK, "xyz");
   EXPECT_EQ(get("link", RRF_RT_ANY, 3).data, "xyz");
