@@ -35,7 +35,7 @@ class Place:
     kind: str
     parts: list
     line: int = 0
-    text: str = ""
+    text: str = ""  # with a number where the line has it before, too
     line_text: str = ""
     number: int = 0
 
@@ -67,8 +67,10 @@ class Finder:
         line_text = source[begin:source.find(b"\n", start)].decode().strip()
         if line_text.startswith("#"):
             return
+        text = " ".join(source[start:end].decode().split())
+        before = source[begin:start].decode().count(text)
         place = Place(file, start, end, kind, parts, source.count(b"\n", 0, start) + 1,
-                      " ".join(source[start:end].decode().split()), line_text)
+                      f"{text} ({before + 1})" if before else text, line_text)
         self.found.setdefault(place.key(), place)
 
     def range_of(self, cursor):

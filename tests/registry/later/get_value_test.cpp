@@ -147,6 +147,13 @@ TEST_F(Get_Value, ClearsTheRoomOfAFailureOnRequest) {
   EXPECT_EQ(get("none", RRF_ZEROONFAILURE, 4).data, "\0\0\0\0"s);
 }
 
+TEST_F(Get_Value, ClearsNothingOfASuccess) {
+  set_value(key, "b", REG_BINARY, "1234");
+  const Got got = get("b", RRF_RT_ANY | RRF_ZEROONFAILURE, 6);
+  EXPECT_EQ(got.code, 0);
+  EXPECT_EQ(got.data, "1234##");
+}
+
 TEST_F(Get_Value, RefusesWhatIsNoRequest) {
   char data[4];
   set_value(key, "b", REG_BINARY, "1234");
