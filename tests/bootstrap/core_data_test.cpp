@@ -170,6 +170,24 @@ TEST(ConfiguredCoreData, AMissingFileEndsTheProcess) {
   EXPECT_EQ(child.err, "Can't open configuration file: No such file or directory.\n");
 }
 
+TEST(ConfiguredCoreData, IsNothingWhereAMissingFileDoesNotEndTheProcess) {
+  Temp_Folder etc;
+  const Child_Result child = run_child([&] {
+    const std::string reason = put_folder_over_etc(etc.path());
+    if (!reason.empty()) {
+      say("%s", reason.c_str());
+      _exit(no_private_etc);
+    }
+    setenv("KVREGISTRY_MODE", "0", 1);
+    make_exit_return();
+    char folder[4096] = "untouched";
+    const int result = KvICalculateCoreDataDirectory(folder);
+    say("%d %s", result, folder);
+  });
+  SKIP_WITHOUT_PRIVATE_ETC(child);
+  EXPECT_EQ(child.out, "KvExit 1\n0 untouched");
+}
+
 TEST(ConfiguredCoreData, LeavesNoDescriptorOpen) {
   Temp_Folder etc;
   write_file(etc / "kelvane.conf", "CORE_DATA=/a\n");

@@ -19,6 +19,7 @@ bool loads_are_told = false;
 bool lookups_are_told = false;
 bool kernel_blocks_are_told = false;
 bool conversions_are_told = false;
+bool windows_directory_is_told = false;
 bool exit_returns = false;
 bool sleep_ends = false;
 bool has_thread_index = false;
@@ -52,6 +53,7 @@ void tell_steps() {
 void tell_loads() { loads_are_told = true; }
 void tell_lookups() { lookups_are_told = true; }
 void tell_kernel_blocks() { kernel_blocks_are_told = true; }
+void tell_windows_directory() { windows_directory_is_told = true; }
 void tell_conversions() { conversions_are_told = true; }
 void end_at_sleep() { sleep_ends = true; }
 void make_exit_return() { exit_returns = true; }
@@ -139,6 +141,11 @@ KV_EXPORT uintptr_t KvKernelMallocInit(uintptr_t first, uintptr_t second) {
 KV_EXPORT void* KvKernelCalloc(size_t size) {
   if (kernel_blocks_are_told) say("KvKernelCalloc %zu\n", size);
   return real<void*(size_t)>("KvKernelCalloc")(size);
+}
+
+KV_EXPORT unsigned KvGetUserWindowsDirectoryA(char* directory, unsigned size) {
+  if (windows_directory_is_told) say("windows directory in %u\n", size);
+  return real<unsigned(char*, unsigned)>("KvGetUserWindowsDirectoryA")(directory, size);
 }
 
 KV_EXPORT DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "tests/bootstrap/in_child.h"
+#include "tests/registry/heap_use.h"
 
 namespace kvtest {
 namespace {
@@ -105,6 +106,40 @@ TEST(RegistryFileNames, WithoutAWindowsDirectoryTheUsersIsATemporaryName) {
   });
   EXPECT_EQ(child.exit_status, 0) << child.err;
   EXPECT_EQ(child.out, "in the temporary directory free\n");
+}
+
+TEST(RegistryFileNames, ReleasesWhatItAskedForAndDidNotNeed) {
+  const Child_Result child = run_child([] {
+    unsetenv("HOME");
+    setenv("KVREGISTRY_MODE", "1", 1);
+    const auto ask = [] {
+      char* names[2] = {};
+      KvGetRegistryFileNames(&names[0], &names[1]);
+      for (char* name : names) delete[] name;
+    };
+    for (const char* registry : {"/r/hklm.bin", "/r/hklm.bin:/r/hkcu.bin"}) {
+      setenv("KVREGISTRY", registry, 1);
+      ask();
+      const std::size_t before = heap_in_use();
+      for (int i = 0; i < 1000; ++i) ask();
+      say("%s\n", heap_in_use() < before + 10'000 ? "released" : "kept");
+    }
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(child.out, "released\nreleased\n");
+}
+
+TEST(RegistryFileNames, AsksForTheWindowsDirectoryInto4096Bytes) {
+  Temp_Folder home;
+  const Child_Result child = run_child([&] {
+    setenv("HOME", home.path().c_str(), 1);
+    setenv("KVREGISTRY_MODE", "0", 1);
+    tell_windows_directory();
+    char* names[2] = {};
+    KvGetRegistryFileNames(&names[0], &names[1]);
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(child.out, "windows directory in 4096\n");
 }
 
 TEST(RegistryFileNames, LeavesTheVariableAsItIs) {

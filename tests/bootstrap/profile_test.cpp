@@ -25,13 +25,13 @@ class ProfileAtStartUp : public testing::Test {
   void put_here(const std::string& settings) const { write_file(file("com.pro"), "(com " + settings + ")\n"); }
   void put_home(const std::string& settings) const { write_file(home() + "/com.pro", "(user " + settings + ")\n"); }
 
-  // A child in the folder, with the library started; the blocks of 1,000,000 to 2,000,000 bytes are told.
+  // A child in the folder, with the library started; the blocks of 1,000,000 bytes and more are told.
   Child_Result start(const std::function<void()>& then = [] {}) const {
     return run_child([&] {
       if (chdir(here().c_str()) != 0) _exit(3);
       setenv("HOME", home().c_str(), 1);
       choose_witness("1");
-      tell_blocks(1'000'000, 2'000'000);
+      tell_blocks(1'000'000, static_cast<std::size_t>(-1));
       init_advapi32();
       then();
     });

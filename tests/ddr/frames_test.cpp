@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "tests/ddr/converting.h"
+#include "tests/registry/heap_use.h"
 
 namespace kvtest {
 namespace {
@@ -30,6 +31,22 @@ TEST(BasicDdr, OnACallersBufferOwnsNothing) {
     EXPECT_EQ(ddr_WORD(&frame.stream, &value), 0);
   }
   EXPECT_EQ(block.bytes(), (Bytes{1, 2}));
+}
+
+TEST(BasicDdr, ReleasesItsBufferAtItsEnd) {
+  const auto make = [] { const Basic_Ddr frame(10'000, DDR_ENCODE); };
+  make();
+  const std::size_t before = heap_in_use();
+  for (int i = 0; i < 10; ++i) make();
+  EXPECT_LT(heap_in_use(), before + 10'000);
+}
+
+TEST(BasicDdr, OfOneByteHasRoomForOne) {
+  Basic_Ddr frame(1, DDR_ENCODE);
+  BYTE value = 7;
+  EXPECT_EQ(ddr_BYTE(&frame.stream, &value), 1);
+  EXPECT_EQ(frame.ownedBuffer[0], 7);
+  EXPECT_EQ(ddr_BYTE(&frame.stream, &value), 0);
 }
 
 TEST(BasicDdr, OfNegativeSizeHasNoRoom) {

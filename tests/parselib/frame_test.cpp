@@ -1,7 +1,10 @@
 // Frames as objects: construction, merging, questions, written forms.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "tests/parselib/reading.h"
+#include "tests/registry/heap_use.h"
 
 namespace kvtest {
 namespace {
@@ -86,6 +89,31 @@ TEST(Frame, DestroysItsSlotsWithTheirValues) {
   std::string ends;
   frame("f", {slot("a", new Witness(ends, "one")), slot("b", new Witness(ends, "two"))});
   EXPECT_EQ(ends, "one two ");
+}
+
+// What a repeated action leaves on the heap is less than so many bytes each time.
+void expect_nothing_left(const std::function<void()>& action, std::size_t each) {
+  action();
+  const std::size_t before = heap_in_use();
+  for (int i = 0; i < 1000; ++i) action();
+  EXPECT_LT(heap_in_use(), before + 1000 * each);
+}
+
+TEST(Frame, DestroysTheSequenceThatItMerges) {
+  const Tree<Frame> f = frame("f", {});
+  expect_nothing_left([&] { f->update_slots(*slots({slot("a", new Integer(1))})); }, 8);
+}
+
+TEST(Frame, OwnsAllThatWasReadOfIt) {
+  expect_nothing_left([] { Frame(kvistrstream("(a (b [c (d 1)] [e (f g)]) [h (i \"j\" 2.5)] (k (l)) (m ()))")); }, 8);
+}
+
+TEST(Frame, DestroysItsName) {
+  const std::string name(10'000, 'n');
+  frame(name.c_str(), {});
+  const std::size_t before = heap_in_use();
+  for (int i = 0; i < 10; ++i) frame(name.c_str(), {});
+  EXPECT_LT(heap_in_use(), before + name.size());
 }
 
 TEST(Frame, GivesTheValueOfASlot) {

@@ -61,6 +61,13 @@ TEST(Nesting, ThatOverflowsGivesUpWhatWasBuilt) {
   EXPECT_EQ(list_read("(1 \"s\" x () " + times(1300, "(x ")), "null");
 }
 
+TEST(Length, OfATokenHasNoLimit) {
+  for (const std::size_t length : {16'383u, 16'384u, 32'768u, 65'536u, 1'000'000u}) {
+    const std::string word(length, 'w');
+    EXPECT_EQ(list_read("(" + word + " (x " + word + "))"), "<" + word + " <x " + word + ">>");
+  }
+}
+
 TEST(Length, HasNoLimit) {
   EXPECT_EQ(list_read("(" + times(100'000, "1 ") + ")"), "<1" + times(99'999, " 1") + ">");
   EXPECT_EQ(frame_read("(a " + times(20'000, "(b 1)") + ")"), "a{b=1" + times(19'999, " b=1") + "}");

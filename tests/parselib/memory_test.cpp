@@ -53,6 +53,18 @@ TEST(Memory, WithoutRoomForATokenTheReadersEndTheProcess) {
   }
 }
 
+TEST(Memory, OfTheBuffersSizeAndAByteIsEnoughForAShortText) {
+  const Child_Result child = child_with_limit(16386, frame_read, "(a)");
+  EXPECT_EQ(child.exit_status, 0);
+  EXPECT_EQ(child.err, "");
+}
+
+TEST(Memory, OfTwiceTheBuffersSizeAndAByteIsEnoughForALongerToken) {
+  const Child_Result child = child_with_limit(32770, frame_read, "(" + std::string(20000, 'a') + ")");
+  EXPECT_EQ(child.exit_status, 0);
+  EXPECT_EQ(child.err, "");
+}
+
 // The machine's objects: one that cannot be made.
 class Poor_Machine final : public One_Arm_Bandit {
  public:

@@ -92,6 +92,31 @@ TEST_F(Failing_Entries, OfTheValueAreTheAnswerOfStoringIt) {
   EXPECT_EQ(call(0).raw("access"), 2u);
 }
 
+TEST_F(Failing_Entries, OfMakingTheKeyLeaveTheValueAlone) {
+  recording.script("KvIRegCreateKeyEx", answer(1018));
+  recording.script("KvIRegCreateKeyEx", answer(5));
+  EXPECT_EQ(RegSetKeyValueA(key, "s", "n", REG_BINARY, "1", 1), 1018);
+  EXPECT_EQ(RegSetKeyValueW(key, L"s", L"n", REG_BINARY, "1", 1), 5);
+  EXPECT_EQ(entries(), "KvIRegCreateKeyEx KvIRegCreateKeyEx ");
+}
+
+TEST_F(Failing_Entries, OfOpeningTheKeyLeaveTheValueAlone) {
+  recording.script("KvIRegOpenKeyEx", answer(1018));
+  EXPECT_EQ(RegDeleteKeyValueA(key, "s", "n"), 1018);
+  EXPECT_EQ(entries(), "KvIRegOpenKeyEx ");
+  EXPECT_EQ(call(0).raw("access"), 2u);
+}
+
+TEST_F(Failing_Entries, OfOpeningTellWhichViewWasAskedFor) {
+  for (const DWORD view : {DWORD{0}, DWORD{RRF_SUBKEY_WOW6464KEY}, DWORD{RRF_SUBKEY_WOW6432KEY}}) {
+    recording.script("KvIRegOpenKeyEx", answer(5));
+    EXPECT_EQ(RegGetValueW(key, L"s", L"n", RRF_RT_ANY | view, nullptr, nullptr, nullptr), 5);
+  }
+  EXPECT_EQ(call(0).raw("access"), 0x001u);
+  EXPECT_EQ(call(1).raw("access"), 0x101u);
+  EXPECT_EQ(call(2).raw("access"), 0x201u);
+}
+
 TEST_F(Failing_Entries, OfOpeningEndAQuestionForAValue) {
   recording.script("KvIRegOpenKeyEx", answer(5));
   DWORD size = 9;

@@ -64,6 +64,22 @@ TEST_F(Get_Value, RefusesOtherTypes) {
   EXPECT_EQ(get("number", RRF_RT_ANY, 4).type, REG_DWORD);
 }
 
+TEST_F(Get_Value, TakesEachTypeByItsOwnFlagAlone) {
+  struct Kind {
+    DWORD type;
+    DWORD flag;
+  };
+  const std::vector<Kind> kinds = {{REG_NONE, 0x01},  {REG_SZ, 0x02},       {REG_EXPAND_SZ, 0x04}, {REG_BINARY, 0x08},
+                                   {REG_DWORD, 0x10}, {REG_MULTI_SZ, 0x20}, {REG_QWORD, 0x40}};
+  for (const Kind& stored : kinds) {
+    set_value(key, "value", stored.type, "ab\0\0"s);
+    for (const Kind& asked : kinds) {
+      const LSTATUS expected = stored.type == asked.type ? 0 : 1630;
+      EXPECT_EQ(get("value", asked.flag | RRF_NOEXPAND, 8).code, expected) << stored.type << ' ' << asked.flag;
+    }
+  }
+}
+
 TEST_F(Get_Value, TakesAnyTypeIncludingThoseWithoutAFlag) {
   set_value(key, "link", REG_LINK, "xyz");
   EXPECT_EQ(get("link", RRF_RT_ANY, 3).data, "xyz");
@@ -129,6 +145,13 @@ TEST_F(Get_Value, ClearsTheRoomOfAFailureOnRequest) {
   EXPECT_EQ(get("none", RRF_RT_ANY | RRF_ZEROONFAILURE, 4).code, 2);
   EXPECT_EQ(get("none", RRF_RT_ANY, 4).data, "####");
   EXPECT_EQ(get("none", RRF_ZEROONFAILURE, 4).data, "\0\0\0\0"s);
+}
+
+TEST_F(Get_Value, ClearsNothingOfASuccess) {
+  set_value(key, "b", REG_BINARY, "1234");
+  const Got got = get("b", RRF_RT_ANY | RRF_ZEROONFAILURE, 6);
+  EXPECT_EQ(got.code, 0);
+  EXPECT_EQ(got.data, "1234##");
 }
 
 TEST_F(Get_Value, RefusesWhatIsNoRequest) {

@@ -432,6 +432,11 @@ TEST_F(Com_Stored_Value, WithAListNeedsFortyEightBytes) {
   answer_stored(with_list);
   EXPECT_EQ(add({7}, {}), 0);
   EXPECT_EQ(GetLastError(), 0x80070057u);
+  with_list.push_back('\0');
+  with_list[32] = 40;
+  recording.script("KvIRegOpenKeyEx", answer_key(key));
+  answer_stored(with_list);
+  EXPECT_EQ(add({7}, {}), 1);
 }
 
 TEST_F(Com_Stored_Value, WithFarOffsetsKeepsItsSubAuthoritiesAsTheyAre) {

@@ -172,7 +172,7 @@ std::string verdict_on_name(const std::string& name, std::string* runs) {
 }
 
 TEST(LoginName, OfPlainCharactersIsHandedToTheScript) {
-  for (const std::string name : {"a.b_c-d+e@F9", "machine$", "9"}) {
+  for (const std::string name : {"a.b_c-d+e@F9", "machine$", "9", "azAZ09", "z", "A", "Z0"}) {
     std::string runs;
     EXPECT_ANSWER(verdict_on_name(name, &runs), "granted");
     EXPECT_EQ(runs, "1:" + name + "\n");
@@ -181,7 +181,8 @@ TEST(LoginName, OfPlainCharactersIsHandedToTheScript) {
 
 TEST(LoginName, WithAnyOtherCharacterStartsNoScript) {
   for (const std::string name : {"a;b", "a b", "a$b", "$(id)", "`id`", "a\\b", "a'b", "a\"b", "a*",          "a?",
-                                 "a|b", "a&b", "a<b", "a>b",   "a#b",  "a~",   "a/b", "a(b",  "j\xC3\xB6rg", "a\tb"}) {
+                                 "a|b", "a&b", "a<b", "a>b",   "a#b",  "a~",   "a/b", "a(b",  "j\xC3\xB6rg", "a\tb",
+                                 "a{b", "a[b", "a`b", "a]b",   "a^b",  "a}b",  "a%b", "a!b",  "a=b",         "a,b"}) {
     std::string runs;
     EXPECT_ANSWER(verdict_on_name(name, &runs), "denied");
     EXPECT_EQ(runs, "") << name;
