@@ -24,17 +24,16 @@ std::size_t terminated_length(const WinChar* text, std::size_t room) {
   return count + 1;
 }
 
-// Stores the size told to the caller and copies when it fits. `old` and `size` are compared as signed.
+// Stores the size told to the caller and copies when it fits; a room of 2 GiB and more is none.
 class Caller_Text {
  public:
   Caller_Text(char* dest, unsigned* pcount, int is_value) : dest_(dest), pcount_(pcount), is_value_(is_value) {}
 
   // Tells the size; true when text of that size is to be copied.
   bool takes(std::size_t size, DWORD& result) {
-    const int old = static_cast<int>(*pcount_);
-    const int length = static_cast<int>(size);
-    *pcount_ = static_cast<unsigned>(is_value_ != 0 ? length : length - 1);
-    result = dest_ != nullptr && old < length ? ERROR_MORE_DATA : ERROR_SUCCESS;
+    const auto old = static_cast<std::int64_t>(static_cast<int>(*pcount_));
+    *pcount_ = static_cast<unsigned>(is_value_ != 0 ? size : size - 1);
+    result = dest_ != nullptr && old < static_cast<std::int64_t>(size) ? ERROR_MORE_DATA : ERROR_SUCCESS;
     return dest_ != nullptr && result == ERROR_SUCCESS;
   }
 
@@ -46,20 +45,32 @@ class Caller_Text {
   int is_value_;
 };
 
-DWORD return_ascii(const WinChar* text, std::size_t count, Caller_Text& caller) {
+// What the implementation has told: the units that it had room for, and how many it told beyond them, which are
+// taken for zeros.
+struct Told_Text {
+  const WinChar* units;
+  std::size_t count;
+  std::size_t beyond;
+};
+
+DWORD return_ascii(const Told_Text& text, Caller_Text& caller) {
   DWORD result;
-  if (caller.takes(count, result)) narrow_ascii(text, count, caller.dest());
+  if (!caller.takes(text.count + text.beyond, result)) return result;
+  narrow_ascii(text.units, text.count, caller.dest());
+  if (text.beyond != 0) std::memset(caller.dest() + text.count, 0, text.beyond);
   return result;
 }
 
-DWORD return_through_code_page(const WinChar* text, std::size_t count, Caller_Text& caller) {
+DWORD return_through_code_page(const Told_Text& text, Caller_Text& caller) {
   Wide_Text wide;
-  wide.room(count);
-  for (std::size_t i = 0; i < count; ++i) wide.data[i] = from_win_char(text[i]);
-  const KvAnsiStringWithLength narrow(wide.data, static_cast<int>(count));
+  wide.room(text.count);
+  for (std::size_t i = 0; i < text.count; ++i) wide.data[i] = from_win_char(text.units[i]);
+  const KvAnsiStringWithLength narrow(wide.data, static_cast<int>(text.count));
   const auto size = static_cast<std::size_t>(narrow.size());
   DWORD result;
-  if (caller.takes(size, result)) std::memcpy(caller.dest(), narrow.text(), size);
+  if (!caller.takes(size + text.beyond, result)) return result;
+  std::memcpy(caller.dest(), narrow.text(), size);
+  std::memset(caller.dest() + size, 0, text.beyond);
   return result;
 }
 
@@ -86,8 +97,9 @@ DWORD WinBuffer::saveable_to_char(char* dest, unsigned* pcount, int is_value) {
   }
   const std::size_t told = needed == up_to_terminator ? terminated_length(buffer.data, offered) : needed;
   const std::size_t length = std::min(told, offered);
-  const bool plain = ascii_is_kept() && ascii_run(buffer.data, length) == length;
-  return plain ? return_ascii(buffer.data, length, caller) : return_through_code_page(buffer.data, length, caller);
+  const Told_Text text{buffer.data, length, told - length};
+  const bool plain = ascii_is_kept() && ascii_run(text.units, length) == length;
+  return plain ? return_ascii(text, caller) : return_through_code_page(text, caller);
 }
 
 void WinBuffer::return_as_string(char* dest, unsigned* pcount) {

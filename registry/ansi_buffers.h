@@ -26,7 +26,8 @@ class WinBuffer {
   void extend();
 
   // The text as multi-byte text into dest, its length into *pcount: for a value with the terminator, for a
-  // name without. 234 when dest is given and has no room; it is untouched then.
+  // name without. 234 when dest is given and has no room; it is untouched then. What the implementation has told
+  // beyond its room counts as zeros: a name that left none for its terminator does not fit.
   DWORD saveable_to_char(char* dest, unsigned* pcount, int is_value);
 
   // A value of any type. 234 as above.
@@ -43,7 +44,7 @@ class WinBuffer {
   unsigned* countPointer;  // null, or count's address
   unsigned count;          // what the implementation reads and writes
   int inWinChars;
-  std::size_t offered = 0;  // WinChars of room; no more are ever brought back
+  std::size_t offered = 0;  // WinChars of room; nothing else is ever brought back
 
  private:
   std::size_t units() const { return inWinChars != 0 ? count : count / sizeof(WinChar); }
@@ -70,7 +71,7 @@ inline DWORD WinBuffer::return_as_value(unsigned char* dest, unsigned* pcount, u
   if (pcount == nullptr) return ERROR_SUCCESS;
   if (is_string_type(type)) return saveable_to_char(reinterpret_cast<char*>(dest), pcount, 1);
   const unsigned size = inWinChars != 0 ? count * static_cast<unsigned>(sizeof(WinChar)) : count;
-  const bool fits = dest == nullptr || size <= *pcount;
+  const bool fits = dest == nullptr || (size <= *pcount && size <= offered * sizeof(WinChar));
   *pcount = size;
   if (!fits) return ERROR_MORE_DATA;
   if (dest != nullptr && size != 0) std::memcpy(dest, bytes(), size);

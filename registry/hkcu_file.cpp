@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "registry/unique_name.h"
 
@@ -30,6 +31,8 @@ DWORD give_up(const char* name, DWORD code) {
 DWORD KvWriteHKCUFile(const char* path, unsigned char* data, int length) {
   char name[unique_name_size];
   KvCreateUniqFileName(name, sizeof name, path);
+  // Cut down to the file's own name it would be the file that stands.
+  if (std::strcmp(name, path) == 0) return ERROR_ACCESS_DENIED;
   const int file = open(name, O_WRONLY | O_CREAT, file_mode);
   if (file == -1) return code_of(errno);
   chmod(name, file_mode);

@@ -87,9 +87,9 @@ void WinCharBufferString::replace(DWORD result) {
 }
 
 WinCharBufferValue::WinCharBufferValue(unsigned char* out_bytes, unsigned* pcount)
-    : out(out_bytes), callerCount(pcount), data(nullptr), countPointer(nullptr), count(0) {
+    : out(out_bytes), callerCount(pcount), data(nullptr), countPointer(nullptr), count(0), room(0) {
   if (pcount != nullptr) {
-    count = *pcount;
+    count = room = *pcount;
     countPointer = &count;
   }
   if (out != nullptr) data = take_zeroed(count != 0 ? count : 1, Array_Use::value);
@@ -111,12 +111,14 @@ void WinCharBufferValue::replace_text(DWORD& result) {
     *callerCount = needed;
   }
   if (result != ERROR_SUCCESS || out == nullptr || count < sizeof(WinChar)) return;
-  widen_units(reinterpret_cast<const WinChar*>(data), count / sizeof(WinChar), out);
+  const std::size_t units = std::min(count / sizeof(WinChar), room / sizeof(wchar_t));
+  widen_units(reinterpret_cast<const WinChar*>(data), units, out);
 }
 
 void WinCharBufferValue::replace_bytes(DWORD result) {
   if (callerCount != nullptr) *callerCount = count;
-  if (result == ERROR_SUCCESS && out != nullptr && count != 0) std::memcpy(out, data, count);
+  const std::size_t size = std::min(count, room);
+  if (result == ERROR_SUCCESS && out != nullptr && size != 0) std::memcpy(out, data, size);
 }
 
 }  // namespace kelvane

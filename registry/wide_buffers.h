@@ -59,6 +59,7 @@ class WinCharBufferValue {
   unsigned char* data;
   unsigned* countPointer;  // null, or count's address
   unsigned count;          // bytes, as the implementation sees them
+  unsigned room;           // bytes that the caller offered; no more are written
 
  private:
   void replace_text(DWORD& result);

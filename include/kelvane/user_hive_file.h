@@ -21,7 +21,8 @@ KV_EXPORT int KvCreateUniqFileName(char* destination, unsigned long capacity, co
  * Writes length bytes to a new file beside path, with mode 0666 whatever the process's mask, and moves it over
  * path; 0 bytes make an empty file. Returns 0; ERROR_DISK_FULL (112) when there is no room, or the write was
  * short or the close failed for any cause; ERROR_ACCESS_DENIED (5) when the file can otherwise not be made or
- * moved. On an error the file that stood is as it was.
+ * moved, also when path is so long (4095 characters) that no other name is left for it. On an error the file that
+ * stood is as it was.
  */
 KV_EXPORT DWORD KvWriteHKCUFile(const char* path, unsigned char* data, int length);
 

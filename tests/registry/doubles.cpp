@@ -14,6 +14,7 @@ namespace {
 
 void (*report_hook)() = nullptr;
 void (*guarded_fault_hook)() = nullptr;
+void (*guarded_begin_hook)(SehFrame*) = nullptr;
 void (*sleep_hook)(unsigned) = nullptr;
 std::string (*look_around_hook)() = nullptr;
 bool printing = false;
@@ -50,6 +51,8 @@ void on_report(void (*function)()) { report_hook = function; }
 
 void on_guarded_fault(void (*function)()) { guarded_fault_hook = function; }
 
+void on_guarded_begin(void (*function)(SehFrame*)) { guarded_begin_hook = function; }
+
 void Parking::print_and_end() { print_and_end(nullptr); }
 
 void Parking::print_and_end(std::string (*look_around)()) {
@@ -77,6 +80,7 @@ KV_EXPORT void KvNotYetImplemented(const char* name) {
 
 KV_EXPORT void SehBeginTry3(SehFrame* frame) {
   kvtest::guarded_regions() += "begin ";
+  if (guarded_begin_hook != nullptr) return guarded_begin_hook(frame);
   real<void(SehFrame*)>("SehBeginTry3")(frame);
 }
 

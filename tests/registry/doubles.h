@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+struct SehFrame;
+
 namespace kvtest {
 
 // The names given to KvNotYetImplemented since the last clear.
@@ -20,6 +22,9 @@ void on_report(void (*function)());
 
 // Runs inside SehExceptReturn2 when it is set, which is once for each fault that a guarded region bore.
 void on_guarded_fault(void (*function)());
+
+// Runs in place of SehBeginTry3 when it is set.
+void on_guarded_begin(void (*function)(SehFrame*));
 
 // What happens at the calls of a thread that parks. A fresh child process chooses one before it calls.
 class Parking {
