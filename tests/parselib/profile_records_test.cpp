@@ -156,6 +156,12 @@ TEST_F(Recorded, OnlyAHyphenAloneIsStandardOutput) {
   EXPECT_EQ(content_of(folder_ / "-x"), "other\n");
 }
 
+TEST_F(Recorded, AVariableThatIsSetAndEmptyIsADefault) {
+  setenv("KVTEST_EMPTY", "", 1);
+  EXPECT_STREQ(get_env(*profile_, "KVTEST_EMPTY", "default"), "");
+  EXPECT_EQ(lines(), "  (KVTEST_EMPTY \"\")\n");
+}
+
 TEST_F(Recorded, TheSizeOfASetIsTheSecondElementOfALongerList) {
   std::ofstream(folder_ / "my.pro") << "(my (name Open-Hash 5 9))";
   Profiler profile((folder_ / "my.pro").c_str());
