@@ -8,6 +8,10 @@
 // - the head can tell states apart, and all of it is what it was;
 // - for a connection that may only read, which holds no lock on the index: its file still has a name.
 // A private hive has no index and changes only through us.
+//
+// When others have committed, they may have told which keys they changed, see hive/cache/commit_ring.h: when every
+// commit that led from the View's head to the one that is there now was told of, those keys are dropped, and the rest
+// stays what it was. Otherwise each node is looked at again when it is next touched.
 #pragma once
 
 #include <atomic>
@@ -19,6 +23,7 @@
 #include "hive/cache/index_map.h"
 #include "hive/cache/own_process.h"
 #include "hive/cache/read_section.h"
+#include "hive/cache/ring_file.h"
 #include "hive/identity.h"
 
 namespace hive {
@@ -46,6 +51,7 @@ class View final : public Shared_Object {
     return Own_Process::number() == process_ && index_->shows(head_) && (!asks_for_name_ || index_->has_name());
   }
   bool is_under(const Index_Head& head) const { return head_ == head; }
+  const Index_Head& head() const { return head_; }
 
  private:
   const Index_Map* const index_;  // null for a private hive
@@ -74,13 +80,18 @@ class Coherence {
   void before_read(Connection& connection);
   // In a writing transaction that has begun.
   void in_write(Connection& connection);
+  // When all of it is done but the commit.
+  void before_commit(const Connection& connection);
   // After its commit. What it changed is noted in the connection.
   void after_commit(Connection& connection);
 
  private:
   void show(std::unique_ptr<const View> view);
   std::unique_ptr<const View> view_of(const Connection& connection, const Index_Head& head) const;
-  void drop_changed(Connection& connection);
+  Commit_Ring::Way follow_others(const Connection& connection, const Index_Head& head);
+  void believe_nothing(const Connection& connection, const Index_Head& head);
+  void tell(const Connection& connection, const Index_Head& head, bool is_own);
+  void drop(const std::vector<std::int64_t>& keys);
   bool is_own_commit(const Connection& connection, const Index_Head& head) const;
 
   std::atomic<const View*> view_{nullptr};
@@ -93,6 +104,10 @@ class Coherence {
   bool usable_ = false;  // there is an index, or the hive is private
   bool was_true_in_write_ = false;
   Index_Head head_in_write_;
+  Ring_File ring_;
+  Commit_Ring* telling_ = nullptr;       // where the commit at hand was announced
+  unsigned waited_ = 0;                  // looks since a commit was seen that was only announced
+  std::uint64_t commits_of_others_ = 0;  // raised whenever some were noticed
 };
 
 }  // namespace hive

@@ -18,12 +18,19 @@ class Index_Head {
  public:
   static constexpr std::size_t words = 6;
 
+  Index_Head() = default;
+  explicit Index_Head(const std::array<std::uint64_t, words>& in_order) : words_(in_order) {}
+
+  const std::array<std::uint64_t, words>& words_in_order() const { return words_; }
+
   bool operator==(const Index_Head&) const = default;
 
   // Initialised, and of a log that is not empty: an index made of an empty log always looks the same.
   bool tells_states_apart() const { return (words_[1] >> 32 & 0xFF) != 0 && words_[4] != 0; }
   bool is_of_same_log(const Index_Head& other) const { return words_[4] == other.words_[4]; }
   std::uint32_t frames() const { return static_cast<std::uint32_t>(words_[2]); }
+  // Counted by commits; begins anew when the index is made anew.
+  std::uint32_t changes() const { return static_cast<std::uint32_t>(words_[1]); }
   bool is_of_an_empty_log() const { return words_[4] == 0; }
 
  private:

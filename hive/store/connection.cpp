@@ -116,13 +116,14 @@ Status Connection::set_up(std::string* reason) {
   return status();
 }
 
-// Beside the noting it does what SQLite does by itself where nobody is told of commits.
-int Connection::note_commit(void* connection, sqlite3* database, const char* name, int frames) {
+int Connection::note_commit(void* connection, sqlite3*, const char*, int frames) {
   static_cast<Connection*>(connection)->frames_committed_ = frames;
-  if (frames >= frames_between_checkpoints) {
-    sqlite3_wal_checkpoint_v2(database, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-  }
   return SQLITE_OK;
+}
+
+void Connection::shorten_log_if_due() {
+  if (frames_committed_ < frames_between_checkpoints) return;
+  sqlite3_wal_checkpoint_v2(db_, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
 
 Connection::~Connection() {

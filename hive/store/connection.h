@@ -127,7 +127,7 @@ class Connection {
 
   // Facts that hold as long as nobody else commits and this connection does not change them.
   struct Known {
-    std::uint64_t generation = 0;  // of the hive's coherence
+    std::uint64_t commits_of_others = 0;  // as the hive's coherence counts them
     bool number_is_raised = false;
     bool is_unwatched = false;
     std::int64_t key_of_depth = 0;  // whose depth is known
@@ -138,6 +138,9 @@ class Connection {
   // How many frames the log had after the last commit of this connection; negative when it has written none since
   // the transaction began.
   std::int64_t frames_committed() const { return frames_committed_; }
+
+  // After a writing transaction: what SQLite does by itself where nobody is told of commits.
+  void shorten_log_if_due();
 
   // Of the hive that this connection is to; known before the first operation on its content.
   Hive_Identity identity{};

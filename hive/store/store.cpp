@@ -96,10 +96,13 @@ Status Store::run_with_memory(Access access, Transaction_Body body) {
   if (access != Access::write) return in_transaction(connection, access, body);
   const Status status = in_transaction(connection, access, [&](Connection& begun) {
     coherence_.in_write(begun);
-    return body(begun);
+    const Status done = body(begun);
+    if (done == Status::ok) coherence_.before_commit(begun);
+    return done;
   });
   if (status == Status::ok) {
     coherence_.after_commit(connection);
+    connection.shorten_log_if_due();
   } else {
     connection.known = {};
   }

@@ -79,6 +79,7 @@ Status Store::commit(const std::shared_ptr<Batch_Part>& part, Findings& findings
   }
   Connection::Use use(*connection_);
   connection_->clear_failure();
+  coherence_.before_commit(*connection_);
   const Status status = Statement(*connection_, Query::commit).run();
   if (status == Status::busy) return status;  // readers of a hive without a log are in the way
   if (status != Status::ok) {
@@ -87,6 +88,7 @@ Status Store::commit(const std::shared_ptr<Batch_Part>& part, Findings& findings
   }
   connection_->keep_ids();
   coherence_.after_commit(*connection_);
+  connection_->shorten_log_if_due();
   findings.logged = connection_->logged;
   end_batch();
   return finish_run(status, findings);
