@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -186,6 +187,9 @@ class Registry {
   virtual Status begin_batch();
   virtual Status commit_batch(std::vector<Batch_Result>* out);
   virtual Status abandon_batch();
+  // How long the calling thread's operations wait for whoever else has a hive before they answer busy: five seconds as
+  // long as nothing else is said.
+  virtual void set_patience(std::chrono::milliseconds patience);
 
   // The process ends as it should: the next one to open its hives need not look them through.
   virtual void note_orderly_end();
