@@ -171,6 +171,32 @@ TEST_F(Recorded, TheSizeOfASetIsTheSecondElementOfALongerList) {
   EXPECT_EQ(chosen->size(), 5);
 }
 
+// The settings are the first of a profile's fields, behind the pointer to its table of functions.
+const Frame* settings_of(const Profiler& profile) {
+  const Frame* settings = nullptr;
+  memcpy(&settings, reinterpret_cast<const char*>(&profile) + sizeof(void*), sizeof settings);
+  return settings;
+}
+
+TEST_F(Recorded, SettingsOfAFileAreAFrameOfAFile) {
+  EXPECT_NE(dynamic_cast<const Frame_Of_File*>(settings_of(*profile_)), nullptr);
+  EXPECT_EQ(written(*settings_of(*profile_)).substr(0, 4), "[my ");
+}
+
+TEST_F(Recorded, SettingsOfNoFileAreAFrameOfATextNamedEmpty) {
+  const Profiler profile((folder_ / "missing.pro").c_str());
+  EXPECT_NE(dynamic_cast<const Frame_Of_String*>(settings_of(profile)), nullptr);
+  EXPECT_EQ(written(*settings_of(profile)), "[empty ]\n");
+}
+
+TEST_F(Recorded, SettingsOfAFileThatIsNoFrameHaveNoNameAndNoSlots) {
+  std::ofstream(folder_ / "bad.pro") << "nonsense";
+  const Profiler profile((folder_ / "bad.pro").c_str());
+  EXPECT_NE(dynamic_cast<const Frame_Of_File*>(settings_of(profile)), nullptr);
+  EXPECT_EQ(settings_of(profile)->get_key(), nullptr);
+  EXPECT_TRUE(settings_of(profile)->slots().is_empty());
+}
+
 class Has_No_Value final : public Slot_Test {
  public:
   bool operator()(const clAtom*, const Bone* value) const override { return value == nullptr; }
