@@ -87,9 +87,9 @@ void WinCharBufferString::replace(DWORD result) {
 }
 
 WinCharBufferValue::WinCharBufferValue(unsigned char* out_bytes, unsigned* pcount)
-    : out(out_bytes), callerCount(pcount), data(nullptr), countPointer(nullptr), count(0), room(0) {
+    : out(out_bytes), callerCount(pcount), data(nullptr), countPointer(nullptr), count(0) {
   if (pcount != nullptr) {
-    count = room = *pcount;
+    count = *pcount;
     countPointer = &count;
   }
   if (out != nullptr) data = take_zeroed(count != 0 ? count : 1, Array_Use::value);
@@ -105,19 +105,20 @@ void WinCharBufferValue::replace(const DWORD* type, DWORD& result) {
 }
 
 void WinCharBufferValue::replace_text(DWORD& result) {
-  if (callerCount != nullptr) {
-    const unsigned needed = count * growth;
-    if (out != nullptr && *callerCount < needed) result = ERROR_MORE_DATA;
-    *callerCount = needed;
-  }
-  if (result != ERROR_SUCCESS || out == nullptr || count < sizeof(WinChar)) return;
+  if (callerCount == nullptr) return;
+  const unsigned room = *callerCount;
+  const unsigned needed = count * growth;
+  if (out != nullptr && room < needed) result = ERROR_MORE_DATA;
+  *callerCount = needed;
+  if (result != ERROR_SUCCESS || out == nullptr) return;
   const std::size_t units = std::min(count / sizeof(WinChar), room / sizeof(wchar_t));
   widen_units(reinterpret_cast<const WinChar*>(data), units, out);
 }
 
 void WinCharBufferValue::replace_bytes(DWORD result) {
-  if (callerCount != nullptr) *callerCount = count;
-  const std::size_t size = std::min(count, room);
+  if (callerCount == nullptr) return;
+  const unsigned size = std::min(count, *callerCount);
+  *callerCount = count;
   if (result == ERROR_SUCCESS && out != nullptr && size != 0) std::memcpy(out, data, size);
 }
 

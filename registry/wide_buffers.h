@@ -51,7 +51,8 @@ class WinCharBufferValue {
   WinCharBufferValue& operator=(const WinCharBufferValue&) = delete;
 
   // Brings the value to the caller and its size into the caller's count; the size of text doubles on the way.
-  // Text that then has no room turns a result of 0 into 234. Any other result but 0 and 234 is left alone.
+  // Text that then has no room turns a result of 0 into 234. Any other result but 0 and 234 is left alone. No more is
+  // written than the caller's count, whatever the implementation has told.
   void replace(const DWORD* type, DWORD& result);
 
   unsigned char* out;
@@ -59,7 +60,6 @@ class WinCharBufferValue {
   unsigned char* data;
   unsigned* countPointer;  // null, or count's address
   unsigned count;          // bytes, as the implementation sees them
-  unsigned room;           // bytes that the caller offered; no more are written
 
  private:
   void replace_text(DWORD& result);
