@@ -114,6 +114,10 @@ TEST_F(Text_For_User, IsNotFoundInModulesAndNotMadeFromOtherTypes) {
   set_number(key, "number", 1);
   EXPECT_EQ(load(L"resource", 64, nullptr), 2);
   EXPECT_EQ(load(L"number", 64, nullptr), 1630);
+  for (const DWORD type : {REG_NONE, REG_BINARY, REG_LINK, REG_MULTI_SZ}) {
+    set_value(key, "other", type, "ab\0\0"s);
+    EXPECT_EQ(load(L"other", 64, nullptr), 1630) << type;
+  }
   EXPECT_EQ(load(L"none", 64, nullptr), 2);
 }
 
