@@ -96,6 +96,16 @@ TEST_F(Text_For_User, IsThePlainText) {
   EXPECT_STREQ(out_, L"value");
 }
 
+TEST_F(Text_For_User, MayBeLong) {
+  set_value(key, "long", REG_SZ, std::string(5000, 'x') + '\0');
+  std::vector<wchar_t> out(5002, L'#');
+  DWORD size = 0;
+  EXPECT_EQ(RegLoadMUIStringW(key, L"long", out.data(), 20008, &size, 0, nullptr), 0);
+  EXPECT_EQ(size, 20004u);
+  EXPECT_EQ(std::wstring(out.data()), std::wstring(5000, L'x'));
+  EXPECT_EQ(out[5001], L'#');
+}
+
 TEST_F(Text_For_User, ThatDoesNotFitIsLeftOrCut) {
   set_value(key, "plain", REG_SZ, "text");
   DWORD size = 0;
