@@ -45,6 +45,17 @@ TEST(BackupFolder, LiesInTheTemporaryFolderWithoutBoth) {
   EXPECT_EQ(backup_folder({"TMPDIR=/var/tmp"}).out, "1 25 24 /var/tmp/registry_backup\n");
 }
 
+TEST(BackupFolder, AsksForTheTemporaryFolderWithZero) {
+  const Child_Result child = run_child([] {
+    unsetenv("KVREG_BACKUP_DIR");
+    unsetenv("KVUSER_DIRECTORY");
+    tell_questions_for_names();
+    int size = 0;
+    KvGetRegistryBackupDir(nullptr, &size);
+  });
+  EXPECT_EQ(child.out, "temporary directory 0\n");
+}
+
 TEST(BackupFolder, AVariableThatIsSetAndEmptyCounts) {
   EXPECT_EQ(backup_folder({"KVREG_BACKUP_DIR=", "KVUSER_DIRECTORY=/u"}).out, "1 1 0 \n");
   EXPECT_EQ(backup_folder({"KVUSER_DIRECTORY="}).out, "1 17 16 /registry_backup\n");

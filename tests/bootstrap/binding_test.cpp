@@ -170,6 +170,21 @@ TEST(MissingLibrary, TheTableStaysUntouchedWhenTheExitReturns) {
   EXPECT_EQ(without_times(child.out), std::string(missing_client) + "KvExit 1\nbound to advapi32impl.dll\n");
 }
 
+TEST(MissingLibrary, IsNotCalledWhenTheExitReturns) {
+  const Broken_Libraries broken({"impl"});
+  const Child_Result child = run_child([&] {
+    choose_registry("1", broken.before(whole));
+    make_exit_return();
+    KelvaneInitializeRegistry();
+    say("bound to %s\n", bound_library().c_str());
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(without_times(child.out),
+            "TIME  [# 1] ->\n"
+            "Could not load library advapi32impl.dll. There is a problem with your Kelvane installation.\n"
+            "KvExit 1\nbound to nothing\n");
+}
+
 Binding witness_binding(const char* mode, const char* folder) {
   return binding_in(mode, std::string(KVTEST_WITNESS_FOLDER "/") + folder);
 }

@@ -19,7 +19,7 @@ bool loads_are_told = false;
 bool lookups_are_told = false;
 bool kernel_blocks_are_told = false;
 bool conversions_are_told = false;
-bool windows_directory_is_told = false;
+bool questions_for_names_are_told = false;
 bool exit_returns = false;
 bool sleep_ends = false;
 bool has_thread_index = false;
@@ -53,7 +53,7 @@ void tell_steps() {
 void tell_loads() { loads_are_told = true; }
 void tell_lookups() { lookups_are_told = true; }
 void tell_kernel_blocks() { kernel_blocks_are_told = true; }
-void tell_windows_directory() { windows_directory_is_told = true; }
+void tell_questions_for_names() { questions_for_names_are_told = true; }
 void tell_conversions() { conversions_are_told = true; }
 void end_at_sleep() { sleep_ends = true; }
 void make_exit_return() { exit_returns = true; }
@@ -144,11 +144,17 @@ KV_EXPORT void* KvKernelCalloc(size_t size) {
 }
 
 KV_EXPORT unsigned KvGetUserWindowsDirectoryA(char* directory, unsigned size) {
-  if (windows_directory_is_told) say("windows directory in %u\n", size);
+  if (questions_for_names_are_told) say("windows directory in %u\n", size);
   return real<unsigned(char*, unsigned)>("KvGetUserWindowsDirectoryA")(directory, size);
 }
 
+KV_EXPORT const char* KvTmpDir(int zero) {
+  if (questions_for_names_are_told) say("temporary directory %d\n", zero);
+  return real<const char*(int)>("KvTmpDir")(zero);
+}
+
 KV_EXPORT DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
+  if (questions_for_names_are_told) say("module file in %u\n", size);
   if (module_path == nullptr) return real<DWORD(HMODULE, LPSTR, DWORD)>("GetModuleFileNameA")(module, path, size);
   snprintf(path, size, "%s", module_path);
   return static_cast<DWORD>(strlen(module_path));

@@ -32,8 +32,9 @@ void answer_heap_init(uintptr_t result);
 // KvKernelCalloc says the size.
 void tell_kernel_blocks();
 
-// KvGetUserWindowsDirectoryA says the size of the buffer that it is given, in bytes.
-void tell_windows_directory();
+// What the library asks for names says the numbers that it is given: KvGetUserWindowsDirectoryA and GetModuleFileNameA
+// the size of the buffer, in bytes, KvTmpDir its argument.
+void tell_questions_for_names();
 
 // The file and the program name of every module, in place of the real ones; an empty file is no file.
 void name_modules(const char* file, const char* program_name);

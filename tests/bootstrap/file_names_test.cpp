@@ -134,7 +134,7 @@ TEST(RegistryFileNames, AsksForTheWindowsDirectoryInto4096Bytes) {
   const Child_Result child = run_child([&] {
     setenv("HOME", home.path().c_str(), 1);
     setenv("KVREGISTRY_MODE", "0", 1);
-    tell_windows_directory();
+    tell_questions_for_names();
     char* names[2] = {};
     KvGetRegistryFileNames(&names[0], &names[1]);
   });

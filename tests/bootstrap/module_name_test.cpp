@@ -152,6 +152,18 @@ TEST(ModuleName, AnEmptyProgramNameBeginsEveryFile) { EXPECT_EQ(short_name("/x/l
 
 TEST(ModuleName, IsNothingWhenTheFileIsNotKnown) { EXPECT_EQ(short_name("", "app"), "0 untouched"); }
 
+TEST(ModuleName, AsksForTheFileInto4096BytesForAShortName) {
+  const Child_Result child = run_child([] {
+    start_with_value("false");
+    name_modules("/x/liby.so", "app");
+    tell_questions_for_names();
+    char name[64];
+    AdvGetModuleDLLName(nullptr, name, sizeof name);
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(child.out, "module file in 4096\n");
+}
+
 TEST(ModuleName, TheFullPathIsThatOfTheRealModule) {
   const Child_Result child = run_child([] {
     start_with_value(nullptr);

@@ -33,6 +33,12 @@ TEST(BasicDdr, OnACallersBufferOwnsNothing) {
   EXPECT_EQ(block.bytes(), (Bytes{1, 2}));
 }
 
+TEST(BasicDdr, TakesItsBufferFromTheHeap) {
+  const std::size_t before = heap_in_use();
+  const Basic_Ddr frame(10'000, DDR_ENCODE);
+  EXPECT_GE(heap_in_use(), before + 10'000);
+}
+
 TEST(BasicDdr, ReleasesItsBufferAtItsEnd) {
   const auto make = [] { const Basic_Ddr frame(10'000, DDR_ENCODE); };
   make();

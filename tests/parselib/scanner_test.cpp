@@ -144,6 +144,7 @@ TEST(Lists, ThatAreEmptyAreNone) {
 TEST(Comments, InALastLineWithoutANewlineAreText) {
   EXPECT_EQ(list_read("(1 ; two 3)"), "<1 two 3>");
   EXPECT_EQ(list_read("(1 ; two 3)\n)"), "<1>");
+  EXPECT_EQ(list_read("(1 ;(two) 3)"), "<1 <two> 3>");
 }
 
 TEST(Streams, ThatFailInTheMiddleEndThere) {
@@ -217,6 +218,10 @@ TEST(Streams, AReadThatFailsLeavesNoName) {
   Text_In in("");
   EXPECT_EQ(read_frame(in, One_Arm_Bandit(), name), nullptr);
   EXPECT_EQ(name, nullptr);
+}
+
+TEST(Digits, AreThoseFromZeroToNineOnly) {
+  EXPECT_EQ(list_read("(09 1: 1/ :1 /1 1.: 1.5e/)"), "<9 1: 1/ :1 /1 1.: 1.5e/>");
 }
 
 TEST(Reals, DoNotDependOnTheLocale) {

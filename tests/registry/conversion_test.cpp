@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "registry/ansi_buffers.h"
 #include "registry/win_char.h"
@@ -510,6 +511,32 @@ TEST(ReturnAsString, WithoutCountNothingHappens) {
   buffer.return_as_string(dest, &room);
   EXPECT_EQ(room, 8u);
   EXPECT_STREQ(dest, "########");
+}
+
+// Whatever stands where in a text of up to forty characters.
+TEST(AsciiRun, EndsBeforeTheFirstOtherUnit) {
+  for (std::size_t length = 0; length <= 40; ++length) {
+    for (std::size_t place = 0; place <= length; ++place) {
+      for (const WinChar other : {WinChar{1, 0x41}, WinChar{0, 0x80}, WinChar{0x80, 0}, WinChar{0xff, 0x7f}}) {
+        std::vector<WinChar> units(length + 1, WinChar{0, 0x7f});
+        units[place] = other;
+        EXPECT_EQ(ascii_run(units.data(), length), place) << length;
+      }
+    }
+  }
+}
+
+TEST(AsciiRun, EndsBeforeTheFirstOtherByte) {
+  for (std::size_t length = 0; length <= 40; ++length) {
+    for (std::size_t place = 0; place <= length; ++place) {
+      std::string text(length + 1, '\x7f');
+      text[place] = '\x80';
+      EXPECT_EQ(ascii_run(text.data(), length), place) << length;
+      std::vector<WinChar> units(length + 1, WinChar{0xee, 0xee});
+      EXPECT_EQ(widen_ascii_run(text.data(), length, units.data()), place) << length;
+      EXPECT_EQ(bytes_of(units.data(), place), bytes_of_ascii(text.substr(0, place)));
+    }
+  }
 }
 
 }  // namespace

@@ -42,6 +42,22 @@ TEST(KeptArrays, ServeEitherUseWhenTheOtherPlaceIsEmpty) {
   });
 }
 
+TEST(KeptArrays, AreTwoAlsoOfOneUse) {
+  for (const Array_Use use : {Array_Use::name, Array_Use::value}) {
+    in_new_thread([use] {
+      unsigned char* const first = take_array(10, use);
+      unsigned char* const second = take_array(10, use);
+      give_array(first, use);
+      give_array(second, use);
+      const std::size_t before = kvtest::heap_in_use();
+      const std::set<unsigned char*> again = {take_array(10, use), take_array(10, use)};
+      EXPECT_LT(kvtest::heap_in_use(), before + usual_array_size);
+      EXPECT_EQ(again, (std::set<unsigned char*>{first, second}));
+      for (unsigned char* array : again) give_array(array, use);
+    });
+  }
+}
+
 TEST(KeptArrays, AreNeverTheSameForTwoThatAreInUse) {
   in_new_thread([] {
     for (int round = 0; round < 3; ++round) {

@@ -84,6 +84,31 @@ TEST_F(Failing_Entries, EndACopyAndCloseWhatWasOpened) {
   EXPECT_EQ(entries(), "KvIRegOpenKeyEx KvIRegEnumKeyEx KvIRegCloseKey ");
 }
 
+class Copied_Trees : public Fronts {};
+
+TEST_F(Copied_Trees, MakeEachKeyOnce) {
+  recording.script("KvIRegEnumKeyEx", [](const Call& call) {
+    call.store<DWORD>("name_count", 1);
+    call.write("name", "\0k\0\0"s);
+    return 0;
+  });
+  recording.script("KvIRegEnumKeyEx", answer(259));
+  recording.script("KvIRegEnumKeyEx", answer(259));
+  recording.script("KvIRegQueryInfoKey", answer_empty(0));
+  recording.script("KvIRegEnumValue", answer(259));
+  recording.script("KvIRegEnumValue", answer(259));
+  for (const std::uint64_t opened : {0x71, 0x72, 0x74, 0x75})
+    recording.script("KvIRegOpenKeyEx", answer_key(key_of(opened)));
+  recording.script("KvIRegCreateKeyEx", answer_key(key_of(0x73)));
+  EXPECT_EQ(RegCopyTreeA(key, nullptr, key_of(0x99)), 0);
+  EXPECT_EQ(entries(),
+            "KvIRegEnumKeyEx KvIRegEnumKeyEx KvIRegOpenKeyEx KvIRegEnumKeyEx KvIRegCloseKey "
+            "KvIRegOpenKeyEx KvIRegQueryInfoKey KvIRegCreateKeyEx KvIRegCloseKey KvIRegCloseKey "
+            "KvIRegOpenKeyEx KvIRegOpenKeyEx KvIRegEnumValue KvIRegCloseKey KvIRegCloseKey KvIRegEnumValue ");
+  EXPECT_EQ(call(7).raw("key"), 0x99u);
+  EXPECT_EQ(call(7)["sub_key"].text, u"k");
+}
+
 TEST_F(Failing_Entries, OfTheValueAreTheAnswerOfStoringIt) {
   recording.script("KvIRegCreateKeyEx", answer_key(key_of(0x77)));
   recording.script("KvIRegSetValueEx", answer(112));

@@ -37,6 +37,10 @@ TEST_F(Get_Value, DeliversTextWithTheTerminatorThatWasNotStored) {
 TEST_F(Get_Value, AddsNoSecondTerminator) {
   set_value(key, "text", REG_SZ, "abc\0"s);
   EXPECT_EQ(get("text", RRF_RT_REG_SZ, 4).size, 4u);
+  set_value(key, "empty", REG_SZ, "\0"s);
+  EXPECT_EQ(get("empty", RRF_RT_REG_SZ, 4).size, 1u);
+  set_value(key, "list", REG_MULTI_SZ, "\0\0"s);
+  EXPECT_EQ(get("list", RRF_RT_REG_MULTI_SZ, 4).size, 2u);
 }
 
 TEST_F(Get_Value, EndsAListByTwoTerminators) {

@@ -96,6 +96,16 @@ TEST_F(Text_For_User, IsThePlainText) {
   EXPECT_STREQ(out_, L"value");
 }
 
+TEST_F(Text_For_User, MayBeLong) {
+  set_value(key, "long", REG_SZ, std::string(5000, 'x') + '\0');
+  std::vector<wchar_t> out(5002, L'#');
+  DWORD size = 0;
+  EXPECT_EQ(RegLoadMUIStringW(key, L"long", out.data(), 20008, &size, 0, nullptr), 0);
+  EXPECT_EQ(size, 20004u);
+  EXPECT_EQ(std::wstring(out.data()), std::wstring(5000, L'x'));
+  EXPECT_EQ(out[5001], L'#');
+}
+
 TEST_F(Text_For_User, ThatDoesNotFitIsLeftOrCut) {
   set_value(key, "plain", REG_SZ, "text");
   DWORD size = 0;
@@ -114,6 +124,10 @@ TEST_F(Text_For_User, IsNotFoundInModulesAndNotMadeFromOtherTypes) {
   set_number(key, "number", 1);
   EXPECT_EQ(load(L"resource", 64, nullptr), 2);
   EXPECT_EQ(load(L"number", 64, nullptr), 1630);
+  for (const DWORD type : {REG_NONE, REG_BINARY, REG_LINK, REG_MULTI_SZ}) {
+    set_value(key, "other", type, "ab\0\0"s);
+    EXPECT_EQ(load(L"other", 64, nullptr), 1630) << type;
+  }
   EXPECT_EQ(load(L"none", 64, nullptr), 2);
 }
 

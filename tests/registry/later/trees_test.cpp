@@ -114,6 +114,19 @@ TEST_F(Trees, KeepTheClassesOfTheirKeysAndLargeValues) {
   EXPECT_EQ(value_of(copied, "large").data(), large);
 }
 
+TEST_F(Trees, KeepAClassOfOneCharacter) {
+  Key classy;
+  char class_name[] = "c";
+  RegCreateKeyExA(key, "top\\c", 0, class_name, 0, KEY_ALL_ACCESS, nullptr, classy.out(), nullptr);
+  const Key copy = created(key, "copy");
+  EXPECT_EQ(RegCopyTreeA(key, "top", copy), 0);
+  char found[32] = "";
+  DWORD length = sizeof found;
+  RegQueryInfoKeyA(opened(copy, "c"), found, &length, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                   nullptr, nullptr);
+  EXPECT_STREQ(found, "c");
+}
+
 TEST_F(Trees, WithHundredsOfKeysAreCopied) {
   const Key top = created(key, "top");
   for (int number = 0; number < 400; ++number) created(top, "key " + std::to_string(number));

@@ -23,6 +23,7 @@ TEST_F(Com_Scope, OfTheMachineIsTheOleKeyAndTheDefaultValues) {
             "KvIRegOpenKeyEx KvIRegQueryValueEx KvIRegSetValueEx KvIRegQueryValueEx KvIRegSetValueEx KvIRegCloseKey ");
   EXPECT_EQ(call(0).raw("key"), 0x80000002u);
   EXPECT_EQ(call(0)["sub_key"].text, u"Software\\Microsoft\\Ole");
+  EXPECT_EQ(call(0).raw("options"), 0u);
   EXPECT_EQ(call(0).raw("access"), 0xF003Fu);
   EXPECT_EQ(call(1)["value_name"].text, u"DefaultAccessPermission");
   EXPECT_EQ(call(2)["value_name"].text, u"DefaultAccessPermission");
@@ -38,6 +39,7 @@ TEST_F(Com_Scope, OfAnApplicationIsItsKeyAndTheOtherValues) {
   EXPECT_EQ(add({500}, {}, 3, 3), 1);
   EXPECT_EQ(call(0).raw("key"), 0x80000000u);
   EXPECT_EQ(call(0)["sub_key"].text, u"AppID\\{0a1b2c3d-4e5f-0607-0899-aabbccddeeff}");
+  EXPECT_EQ(call(0).raw("options"), 0u);
   EXPECT_EQ(call(0).raw("access"), 0xF003Fu);
   EXPECT_EQ(call(2)["value_name"].text, u"AccessPermission");
   EXPECT_EQ(call(4)["value_name"].text, u"LaunchPermission");

@@ -143,6 +143,15 @@ TEST_F(Add_Ace, AtTheEndAppendsTheList) {
   }
 }
 
+TEST_F(Add_Ace, AppendsAListOfManyBytesWhole) {
+  Guarded acl(bytes("02 00 24 00 00 00 00 00 ee*28"));
+  Guarded list(bytes("00 0a 1b 00  01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 11 12 13 14 15 16 17"));
+  EXPECT_EQ(AddAce(acl.as<ACL>(), 2, 0, list, 27), 1);
+  EXPECT_BYTES(acl.content(),
+               "02 00 24 00 01 00 00 00  00 0a 1b 00 "
+               "01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 11 12 13 14 15 16 17 ee");
+}
+
 // QUIRK add-ace-counts-one
 TEST_F(Add_Ace, OfTwoEntriesRaisesTheCountByOne) {
   Guarded acl(bytes("02 00 10 00 00 00 00 00 ee*8"));
