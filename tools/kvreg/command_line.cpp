@@ -46,26 +46,6 @@ void tell(const std::string& who, const std::string& what) {
   std::fprintf(stderr, "%s: %s\n", who.c_str(), what.c_str());
 }
 
-// Runs the verb and turns what it throws into a line and a status.
-int guarded_run(const Verb_Row& row, const std::vector<std::string>& arguments) {
-  const std::string who = std::string("kvreg ") + row.word;
-  try {
-    return run_verb(row, arguments);
-  } catch (const Failure& failure) {
-    tell(who, describe(failure));
-  } catch (const Bad_Arguments& error) {
-    tell(who, std::string(error.what()) + "\nSee \"" + who + " --help\".");
-  } catch (const Complaint& error) {
-    tell(who, error.what());
-  } catch (const Interrupted& interrupted) {
-    return exit_by_signal + interrupted.signal;
-  } catch (const std::bad_alloc&) {
-    tell(who, "not enough memory");
-  }
-  flush_output();
-  return exit_failed;
-}
-
 int run_word(const std::vector<std::string>& arguments) {
   const std::string word = arguments.empty() ? "--help" : arguments.front();
   if (word == "--help" || word == "-h" || word == "/?" || word == "help") {
@@ -73,7 +53,9 @@ int run_word(const std::vector<std::string>& arguments) {
   } else if (word == "--version") {
     put_line("kvreg " KVREG_VERSION);
   } else if (const Verb_Row* const row = find_verb(word)) {
-    return guarded_run(*row, {arguments.begin() + 1, arguments.end()});
+    return guarded_run(std::string("kvreg ") + row->word, [&] {
+      return run_verb(*row, {arguments.begin() + 1, arguments.end()});
+    });
   } else {
     tell("kvreg", "\"" + word + "\" is no verb; \"kvreg --help\" lists them");
     return exit_failed;
@@ -91,6 +73,24 @@ const std::vector<Verb_Row>& all_verbs() {
 #undef KVREG_VERB
   };
   return rows;
+}
+
+int guarded_run(const std::string& who, const std::function<int()>& body) {
+  try {
+    return body();
+  } catch (const Failure& failure) {
+    tell(who, describe(failure));
+  } catch (const Bad_Arguments& error) {
+    tell(who, std::string(error.what()) + "\nSee \"" + who + " --help\".");
+  } catch (const Complaint& error) {
+    tell(who, error.what());
+  } catch (const Interrupted& interrupted) {
+    return exit_by_signal + interrupted.signal;
+  } catch (const std::bad_alloc&) {
+    tell(who, "not enough memory");
+  }
+  flush_output();
+  return exit_failed;
 }
 
 int run_command_line(const std::vector<std::string>& arguments) {

@@ -2,11 +2,15 @@
 // on standard error what went wrong.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace kvreg {
 
 int run_command_line(const std::vector<std::string>& arguments);
+
+// Runs a body and turns what it throws into a line, which begins with who complains, and a status.
+int guarded_run(const std::string& who, const std::function<int()>& body);
 
 }  // namespace kvreg
