@@ -28,10 +28,10 @@ KV_BEGIN_C
 /* ---- Batches: many changes as one transaction of each hive that they touch ---------------------------------- */
 
 /*
- * How a batch ended in one hive. root is HKEY_LOCAL_MACHINE for the machine's hive, HKEY_CURRENT_USER for the user's, and
- * HKEY_USERS for that of all users which a machine's server has; file is its path, "" for a hive without file, and good for the time of the call only. code is 0 when all
- * of the batch is in the hive, and else says why nothing of it is: ERROR_OPERATION_ABORTED (995) when it was not
- * tried any more since an earlier one had failed.
+ * How a batch ended in one hive. root is HKEY_LOCAL_MACHINE for the machine's hive, HKEY_CURRENT_USER for the user's,
+ * and HKEY_USERS for that of all users which a machine's server has; file is its path, "" for a hive without file, and
+ * good for the time of the call only. code is 0 when all of the batch is in the hive, and else says why nothing of it
+ * is: ERROR_OPERATION_ABORTED (995) when it was not tried any more since an earlier one had failed.
  */
 typedef struct KvBatchHive {
   HKEY root;
@@ -162,7 +162,7 @@ static inline LSTATUS KvBeginBatch(void) {
  * Watchers are told once for each hive.
  *
  * ERROR_TRANSACTION_NOT_ACTIVE (6701): the thread has no batch; 6704: it was abandoned, nothing is kept;
- * RPC_S_SERVER_UNAVAILABLE (1722): the server went away while it was asked, and nobody knows whether the batch was kept.
+ * RPC_S_SERVER_UNAVAILABLE (1722): the server went away while it was asked, and nobody knows whether it was kept.
  */
 static inline LSTATUS KvCommitBatch(KvBatchHiveCallback callback, void* context) {
   typedef DWORD (*Entry)(KvBatchHiveCallback, void*, void*);
