@@ -33,6 +33,7 @@ DWORD perform(Caller& caller, wire::Change_Rights::Question& question, wire::Cha
   const DWORD* const owner = (question.which & which_owner) != 0 ? &question.owner : nullptr;
   const DWORD* const group = (question.which & which_group) != 0 ? &question.group : nullptr;
   if (!may_change(caller.peer(), rights, mode, owner, group)) return ERROR_ACCESS_DENIED;
+  caller.core.changes().will_change(key);
   return code_of(caller.core.registry().set_rights(key, mode, owner, group));
 }
 
