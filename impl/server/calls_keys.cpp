@@ -3,7 +3,7 @@
 
 #include "impl/inproc/access_mask.h"
 #include "impl/inproc/status_code.h"
-#include "impl/server/core.h"
+#include "impl/server/counted.h"
 #include "impl/server/held.h"
 #include "impl/server/perform.h"
 
@@ -58,7 +58,7 @@ DWORD make(Caller& caller, const hive::Key& at, wire::Create_Key::Question& ques
   hive::Key key;
   bool is_created = false;
   const auto path = wire::text_of(question.path);
-  caller.core.changes().will_change_below(at);
+  announce_change_below(caller, at);
   const hive::Status status = registry_of(caller).create(at, path, creation, &key, &is_created);
   if (status != hive::Status::ok) return code_of(status);
   if (const DWORD code = identity_of(caller, key, &out->id); code != ERROR_SUCCESS) return code;
@@ -135,7 +135,7 @@ DWORD perform(Caller& caller, wire::Delete_Key::Question& question, wire::Delete
   const auto path = wire::text_of(question.path);
   const DWORD code = check_may_write(caller, question.key, path, &at, &key);
   if (code != ERROR_SUCCESS) return code;
-  caller.core.changes().will_change(key);
+  announce_change(caller, key);
   return code_of(registry_of(caller).remove(at, path));
 }
 
@@ -144,7 +144,7 @@ DWORD perform(Caller& caller, wire::Rename_Key::Question& question, wire::Rename
   const auto path = wire::text_of(question.path);
   const DWORD code = check_may_write(caller, question.key, path, &at, &key);
   if (code != ERROR_SUCCESS) return code;
-  caller.core.changes().will_change(key);
+  announce_change(caller, key);
   return code_of(registry_of(caller).rename(at, path, wire::text_of(question.new_name)));
 }
 
