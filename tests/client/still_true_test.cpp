@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <barrier>
 #include <fstream>
 #include <thread>
 
@@ -257,38 +258,36 @@ TEST_F(Still_True, NobodyReadsLessWhenServersAreKilledAmidWrites) {
 }
 
 TEST_F(Still_True, ManyThreadsReadWhileHandlesAreClosedAndValuesChange) {
+  constexpr int readers = 64, rounds = 8, reads_in_a_round = 50;
   impl::client::Client_Service& service = new_client();
   const Client client{service};
   const HKEY base = client.made(HKEY_LOCAL_MACHINE, u"k");
   client.set(base, u"a", REG_BINARY, std::string(100, 'a'));
   client.set(base, u"b", REG_BINARY, std::string(100, 'a'));
   std::atomic<HKEY> shown{base};
-  std::atomic<bool> stop = false;
-  std::atomic<int> wrong = 0, reads = 0;
+  std::atomic<int> wrong = 0;
+  std::barrier round_ends(readers + 1);
+  const auto is_good = [](const Value& value) {
+    if (value.code == 6) return true;  // closed meanwhile
+    return value.data.size() == 100 && value.data.find_first_not_of(value.data[0]) == std::string::npos;
+  };
   std::vector<std::thread> threads;
-  for (int i = 0; i < 64; ++i) {
+  for (int i = 0; i < readers; ++i) {
     threads.emplace_back([&, i] {
-      while (!stop) {
-        const Value value = client.get(shown, i % 2 == 0 ? u"a" : u"b", 100);
-        const bool is_whole =
-            value.data.size() == 100 && value.data.find_first_not_of(value.data[0]) == std::string::npos;
-        if (value.code != 6 && !(value.code == 0 && is_whole)) ++wrong;  // 6: closed meanwhile
-        ++reads;
+      for (int read = 0; read < rounds * reads_in_a_round; ++read) {
+        if (!is_good(client.get(shown, i % 2 == 0 ? u"a" : u"b", 100))) ++wrong;
+        if (read % reads_in_a_round == reads_in_a_round - 1) round_ends.arrive_and_wait();
       }
     });
   }
-  for (int round = 0; round < 5; ++round) {
-    const int before = reads;
+  for (int round = 0; round < rounds; ++round) {
     client.set(base, u"a", REG_BINARY, std::string(100, static_cast<char>('a' + round)));
     HKEY next = nullptr;
-    ASSERT_EQ(service.open_key(base, u"", KEY_READ, &next), 0u);
+    EXPECT_EQ(service.open_key(base, u"", KEY_READ, &next), 0u);
     const HKEY last = shown.exchange(next);
-    if (last != base) {
-      EXPECT_EQ(service.close_key(last), 0u);
-    }
-    while (reads < before + 100) std::this_thread::yield();
+    EXPECT_TRUE(last == base || service.close_key(last) == 0);
+    round_ends.arrive_and_wait();
   }
-  stop = true;
   for (std::thread& each : threads) each.join();
   EXPECT_EQ(wrong, 0);
 }
