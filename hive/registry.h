@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -186,6 +187,9 @@ class Registry {
   virtual Status begin_batch();
   virtual Status commit_batch(std::vector<Batch_Result>* out);
   virtual Status abandon_batch();
+  // How long the calling thread's operations wait for whoever else has a hive before they answer busy: five seconds as
+  // long as nothing else is said.
+  virtual void set_patience(std::chrono::milliseconds patience);
 
   // A number that is another one whenever the key's hive was changed by somebody else, and sometimes without that; 0
   // when memory does not know the hive as it is now, which the next read may change.

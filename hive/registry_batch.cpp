@@ -2,6 +2,7 @@
 #include "hive/batch.h"
 #include "hive/registry.h"
 #include "hive/registry_parts.h"
+#include "hive/store/back_off.h"
 
 namespace hive {
 
@@ -21,5 +22,7 @@ Status Registry::commit_batch(std::vector<Batch_Result>* out) {
 }
 
 Status Registry::abandon_batch() { return Batch::abandon(); }
+
+void Registry::set_patience(std::chrono::milliseconds patience) { patience_of_thread() = patience; }
 
 }  // namespace hive

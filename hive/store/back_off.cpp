@@ -10,6 +10,11 @@ constexpr std::chrono::microseconds longest_pause{500};
 
 }  // namespace
 
+std::chrono::milliseconds& patience_of_thread() {
+  static thread_local std::chrono::milliseconds patience = busy_time_out;
+  return patience;
+}
+
 Back_Off::Clock::time_point Back_Off::deadline() {
   if (deadline_ == Clock::time_point{}) deadline_ = Clock::now() + time_out_;
   return deadline_;

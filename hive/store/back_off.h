@@ -8,12 +8,15 @@ namespace hive {
 // How long another process may hold a hive before the answer is Status::busy.
 inline constexpr std::chrono::seconds busy_time_out{5};
 
+// The same for the calling thread, which may have less patience.
+std::chrono::milliseconds& patience_of_thread();
+
 class Back_Off {
  public:
   using Clock = std::chrono::steady_clock;
 
   // The time starts with the first pause: what never waits never asks the clock.
-  explicit Back_Off(std::chrono::milliseconds time_out = busy_time_out) : time_out_(time_out) {}
+  explicit Back_Off(std::chrono::milliseconds time_out = patience_of_thread()) : time_out_(time_out) {}
 
   // False when the time is over; otherwise sleeps.
   bool pause();

@@ -15,12 +15,22 @@ class Carrier::Route {
  public:
   explicit Route(Carrier& carrier) : carrier_(carrier) {}
   ~Route() {
-    if (temporary_ != 0 && carrier_.sessions_.is_usable(*lease_.session())) carrier_.close_handle(lease_, temporary_);
+    if (temporary_ != 0 && carrier_.sessions_.is_usable(*session_)) carrier_.close_handle(*this, temporary_);
   }
   Route(const Route&) = delete;
   Route& operator=(const Route&) = delete;
 
-  Lease& lease() { return lease_; }
+  void go_by(Lease lease) {
+    lease_ = std::move(lease);
+    go_by(lease_.connection(), lease_.session());
+  }
+  // A connection that stays while this does.
+  void go_by(Connection& connection, const std::shared_ptr<Session>& session) {
+    connection_ = &connection;
+    session_ = session;
+  }
+  Connection& connection() const { return *connection_; }
+  const std::shared_ptr<Session>& session() const { return session_; }
   // Others may have the connection, unless the handle is closed through it.
   void let_others_pass() {
     if (temporary_ == 0) lease_ = Lease();
@@ -33,6 +43,8 @@ class Carrier::Route {
  private:
   Carrier& carrier_;
   Lease lease_;
+  Connection* connection_ = nullptr;
+  std::shared_ptr<Session> session_;
   wire::Number number_ = 0;
   wire::Number temporary_ = 0;
 };
@@ -58,8 +70,13 @@ std::shared_ptr<Session> Carrier::session_for(const Subject& subject) {
 }
 
 DWORD Carrier::find_route(const Subject& subject, Route* out) {
-  const std::shared_ptr<Session> session = session_for(subject);
-  if (const DWORD code = sessions_.take(session, &out->lease()); code != ERROR_SUCCESS) return code;
+  Lease lease;
+  if (const DWORD code = sessions_.take(session_for(subject), &lease); code != ERROR_SUCCESS) return code;
+  out->go_by(std::move(lease));
+  return find_number(subject, out);
+}
+
+DWORD Carrier::find_number(const Subject& subject, Route* out) {
   if (subject.key == nullptr) {
     out->set_number(subject.root);
     return ERROR_SUCCESS;
@@ -68,12 +85,11 @@ DWORD Carrier::find_route(const Subject& subject, Route* out) {
   {
     const std::lock_guard lock(client_mutex());
     const std::shared_ptr<Session>& its = subject.key->session;
-    is_elsewhere = its != nullptr && its != session && !its->has_ended;
+    is_elsewhere = its != nullptr && its != out->session() && !its->has_ended;
   }
   // The key stays where it is open; the session of a process that has other rights now has ended by then.
   wire::Number number = 0;
-  const DWORD code =
-      is_elsewhere ? reopen(*subject.key, out->lease(), &number) : bind(*subject.key, out->lease(), &number);
+  const DWORD code = is_elsewhere ? reopen(*subject.key, *out, &number) : bind(*subject.key, *out, &number);
   if (code != ERROR_SUCCESS) return code;
   if (is_elsewhere) {
     out->set_temporary(number);
@@ -84,26 +100,26 @@ DWORD Carrier::find_route(const Subject& subject, Route* out) {
 }
 
 // Two threads may open the key again at once: the handle of the first stays.
-DWORD Carrier::bind(const Remote_Key& key, const Lease& lease, wire::Number* out_number) {
+DWORD Carrier::bind(const Remote_Key& key, const Route& route, wire::Number* out_number) {
   {
     const std::lock_guard lock(client_mutex());
     *out_number = key.handle;
-    if (key.session == lease.session()) return ERROR_SUCCESS;
+    if (key.session == route.session()) return ERROR_SUCCESS;
   }
   wire::Number handle = 0;
-  const DWORD code = reopen(key, lease, &handle);
+  const DWORD code = reopen(key, route, &handle);
   if (code != ERROR_SUCCESS) return code;
   {
     const std::lock_guard lock(client_mutex());
     *out_number = handle;
-    if (key.session != lease.session()) {
-      key.session = lease.session();
+    if (key.session != route.session()) {
+      key.session = route.session();
       key.handle = handle;
       return ERROR_SUCCESS;
     }
     *out_number = key.handle;
   }
-  close_handle(lease, handle);
+  close_handle(route, handle);
   return ERROR_SUCCESS;
 }
 
@@ -112,57 +128,59 @@ void Carrier::unbind(const Remote_Key& key, wire::Number handle) {
   if (key.handle == handle) key.session = nullptr;
 }
 
-DWORD Carrier::reopen(const Remote_Key& key, const Lease& lease, wire::Number* out_handle) {
+DWORD Carrier::reopen(const Remote_Key& key, const Route& route, wire::Number* out_handle) {
   auto question = exchange<wire::Reopen_Key>({key.root, wire::bytes_of(key.path), key.access, key.id},
                                              [&](const auto& answer) -> DWORD {
                                                *out_handle = answer.handle;
                                                return answer.code;
                                              });
   DWORD code = ERROR_SUCCESS;
-  const Reply reply = lease.connection().ask(question, 0, sessions_.settings().answer, &code);
+  const Reply reply = route.connection().ask(question, 0, sessions_.settings().answer, &code);
   if (reply == Reply::answered) return code;
-  sessions_.end(*lease.session());
+  sessions_.end(*route.session());
   return reply == Reply::lost || reply == Reply::stranger ? session_is_gone : RPC_S_SERVER_UNAVAILABLE;
 }
 
-void Carrier::close_handle(const Lease& lease, wire::Number handle) {
+void Carrier::close_handle(const Route& route, wire::Number handle) {
   auto question = exchange<wire::Close_Key>({handle});
   DWORD code = ERROR_SUCCESS;
-  if (lease.connection().ask(question, handle, sessions_.settings().answer, &code) == Reply::answered) return;
-  sessions_.end(*lease.session());
+  if (route.connection().ask(question, handle, sessions_.settings().answer, &code) == Reply::answered) return;
+  sessions_.end(*route.session());
 }
 
-// session_is_gone when the question is to be asked again.
-DWORD Carrier::code_of(Reply reply, Session& session) {
-  switch (reply) {
-    case Reply::answered:
-      return ERROR_SUCCESS;
-    case Reply::lost:
-    case Reply::stranger:
-      sessions_.end(session);
-      return session_is_gone;
-    case Reply::late:
-      sessions_.end(session);
-      sessions_.complain("the server at " + sessions_.settings().endpoint() + " does not answer");
-      return RPC_S_SERVER_UNAVAILABLE;
-    case Reply::wrong:
-      sessions_.end(session);
-      return RPC_S_PROTOCOL_ERROR;
-    case Reply::malformed:
-      return RPC_S_PROTOCOL_ERROR;
-    case Reply::limit:
-      return ERROR_NO_SYSTEM_RESOURCES;
-    case Reply::no_memory:
-      return ERROR_NOT_ENOUGH_MEMORY;
+// Within the thread's batch. What only looks is asked as ever when the batch is lost.
+DWORD Carrier::ask_in_batch(Exchange& exchange, const Subject& subject, Thread_Batch& batch,
+                            std::shared_ptr<Session>* out_session) {
+  const std::shared_ptr<Session> session = batch.session();
+  if (subject.by_thread && !is_same_thread_user(session->caller)) return ERROR_TRANSACTION_REQUEST_NOT_VALID;
+  Route route(*this);
+  route.go_by(*batch.connection(), session);
+  if (out_session != nullptr) *out_session = session;
+  DWORD code = find_number(subject, &route);
+  if (code != ERROR_SUCCESS) return code;
+  const auto patience = subject.takes_long ? sessions_.settings().long_answer : sessions_.settings().answer;
+  const Reply reply = route.connection().ask(exchange, route.number(), patience, &code);
+  if (reply != Reply::answered) {
+    exchange.was_asked_before |= reply == Reply::lost;
+    return sessions_.code_of(reply, *session);
   }
-  return RPC_S_PROTOCOL_ERROR;
+  if (code == ERROR_INVALID_HANDLE && subject.key != nullptr) {
+    unbind(*subject.key, route.number());
+    return session_is_gone;
+  }
+  return code;
 }
 
 DWORD Carrier::ask_once(Exchange& exchange, const Subject& subject, std::shared_ptr<Session>* out_session) {
+  Thread_Batch* const batch = subject.is_of_registry() ? batches_.of_thread() : nullptr;
+  if (batch != nullptr && batches_.connection_of(*batch) != nullptr) {
+    return ask_in_batch(exchange, subject, *batch, out_session);
+  }
+  if (batch != nullptr && exchange.is_change()) return ERROR_TRANSACTION_ALREADY_ABORTED;
   Route route(*this);
   DWORD code = find_route(subject, &route);
   if (code != ERROR_SUCCESS) return code;
-  const std::shared_ptr<Session> session = route.lease().session();
+  const std::shared_ptr<Session> session = route.session();
   if (out_session != nullptr) *out_session = session;
   std::unique_ptr<Connection> own;
   if (subject.takes_long) {
@@ -172,10 +190,10 @@ DWORD Carrier::ask_once(Exchange& exchange, const Subject& subject, std::shared_
   }
   const Settings& settings = sessions_.settings();
   const Reply reply = own != nullptr ? own->ask(exchange, route.number(), settings.long_answer, &code)
-                                     : route.lease().connection().ask(exchange, route.number(), settings.answer, &code);
+                                     : route.connection().ask(exchange, route.number(), settings.answer, &code);
   if (reply != Reply::answered) {
     exchange.was_asked_before |= reply == Reply::lost;
-    const DWORD failure = code_of(reply, *session);
+    const DWORD failure = sessions_.code_of(reply, *session);
     return reply == Reply::lost && !exchange.may_be_repeated ? RPC_S_SERVER_UNAVAILABLE : failure;
   }
   // The table of handles is this client's: the server has lost one that it gave.
@@ -200,7 +218,7 @@ DWORD Carrier::reach(const Subject& subject, std::shared_ptr<Session>* out_sessi
     const DWORD code = find_route(subject, &route);
     if (code == ERROR_SUCCESS) {
       *out_number = route.number();
-      *out_session = route.lease().session();
+      *out_session = route.session();
     }
     if (code != session_is_gone) return code;
   }
@@ -218,7 +236,10 @@ void Carrier::close(const Remote_Key& key) {
   }
   if (session == nullptr || !sessions_.is_usable(*session)) return;
   Lease lease;
-  if (sessions_.take(session, &lease) == ERROR_SUCCESS) close_handle(lease, handle);
+  if (sessions_.take(session, &lease) != ERROR_SUCCESS) return;
+  Route route(*this);
+  route.go_by(std::move(lease));
+  close_handle(route, handle);
 }
 
 }  // namespace impl::client

@@ -6,6 +6,7 @@
 // was_asked_before what that means.
 #pragma once
 
+#include "impl/client/batches.h"
 #include "impl/client/exchange.h"
 #include "impl/client/remote_key.h"
 #include "impl/client/session.h"
@@ -22,6 +23,8 @@ struct Subject {
   bool by_process = false;
   // The answer may take as long as reading or writing whole hives does, on a connection of its own.
   bool takes_long = false;
+
+  bool is_of_registry() const { return key != nullptr || root != 0; }
 };
 
 class Carrier {
@@ -39,20 +42,24 @@ class Carrier {
   void close(const Remote_Key& key);
 
   Sessions& sessions() { return sessions_; }
+  Batches& batches() { return batches_; }
 
  private:
   class Route;
 
   std::shared_ptr<Session> session_for(const Subject& subject);
   DWORD find_route(const Subject& subject, Route* out);
-  DWORD bind(const Remote_Key& key, const Lease& lease, wire::Number* out_number);
-  DWORD reopen(const Remote_Key& key, const Lease& lease, wire::Number* out_handle);
-  void close_handle(const Lease& lease, wire::Number handle);
-  DWORD code_of(Reply reply, Session& session);
+  DWORD find_number(const Subject& subject, Route* out);
+  DWORD bind(const Remote_Key& key, const Route& route, wire::Number* out_number);
+  DWORD reopen(const Remote_Key& key, const Route& route, wire::Number* out_handle);
+  void close_handle(const Route& route, wire::Number handle);
+  DWORD ask_in_batch(Exchange& exchange, const Subject& subject, Thread_Batch& batch,
+                     std::shared_ptr<Session>* out_session);
   DWORD ask_once(Exchange& exchange, const Subject& subject, std::shared_ptr<Session>* out_session);
   static void unbind(const Remote_Key& key, wire::Number handle);
 
   Sessions sessions_;
+  Batches batches_{sessions_};
 };
 
 }  // namespace impl::client

@@ -45,6 +45,9 @@ class Client_Service final : public Registry_Service {
   DWORD rename_key(HKEY key, std::u16string_view path, std::u16string_view new_name) override;
   DWORD check_key(HKEY key, Hive_Report* out_report) override;
   DWORD check_file(const char* file, Hive_Report* out_report) override;
+  DWORD begin_batch() override { return carrier_.batches().begin(); }
+  DWORD commit_batch(std::vector<Batch_Hive>* out_hives) override { return carrier_.batches().commit(out_hives); }
+  DWORD abandon_batch() override { return carrier_.batches().abandon(); }
   DWORD user_domain(std::wstring_view user, std::wstring* out_domain) override;
   DWORD user_number(const wchar_t* user, DWORD* out_number) override;
   DWORD policy(int information_class, void** out_record) override;

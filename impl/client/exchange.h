@@ -6,6 +6,7 @@
 #include <winerror.h>
 
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "impl/wire/message.h"
@@ -22,6 +23,8 @@ class Exchange {
   virtual int write(sd_bus_message* question, wire::Number key) = 0;
   // Takes the answer: a Win32 code, wrong_answer for what is none.
   virtual DWORD read(sd_bus_message* answer) = 0;
+  // Whether the question is to change something that a batch may hold.
+  virtual bool is_change() const = 0;
 
   // Whether the question may have reached a server whose answer did not come. It is then asked again, unless it must
   // not be.
@@ -31,6 +34,14 @@ class Exchange {
  protected:
   ~Exchange() = default;
 };
+
+template <class Call, class... Calls>
+inline constexpr bool is_one_of = (std::is_same_v<Call, Calls> || ...);
+
+template <class Call>
+inline constexpr bool changes_keys =
+    is_one_of<Call, wire::Create_Key, wire::Delete_Key, wire::Rename_Key, wire::Set_Value, wire::Delete_Value,
+              wire::Change_Rights, wire::Load_Key, wire::Unload_Key>;
 
 // Take is called with the answer, whose bytes last as long as the call, and gives the code.
 template <class Call, class Take>
@@ -49,6 +60,8 @@ class Exchange_Of final : public Exchange {
     typename Call::Answer answer;
     return wire::read(message, &answer) < 0 ? wrong_answer : take_(answer);
   }
+
+  bool is_change() const override { return changes_keys<Call>; }
 
  private:
   typename Call::Question question_;

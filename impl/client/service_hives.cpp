@@ -68,6 +68,7 @@ DWORD Client_Service::backup(const char* path) {
 }
 
 DWORD Client_Service::user_image(std::vector<BYTE>* out_image) {
+  if (carrier_.batches().of_thread() != nullptr) return ERROR_TRANSACTION_REQUEST_NOT_VALID;
   return ask_server<wire::User_Image>(
       {}, [&](const auto& answer) { return put_image(answer.code, answer.image, out_image); }, Length::whole_hives);
 }

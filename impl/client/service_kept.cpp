@@ -74,7 +74,10 @@ class Listing {
 
 }  // namespace
 
+// Within a batch the thread reads what it has changed itself, which only the server knows.
 DWORD Client_Service::query_value(HKEY key, std::u16string_view name, Value_Room& value) {
+  const bool is_in_batch = carrier_.batches().of_thread() != nullptr;
+  if (is_in_batch) return fits_message(name) ? ask_value(key, name, value) : DWORD{ERROR_FILE_NOT_FOUND};
   if (const auto known = kept_.known_value(keys_, key, name, value)) return *known;
   if (!fits_message(name)) return ERROR_FILE_NOT_FOUND;
   if (const auto found = find_value(key, name, value)) return *found;

@@ -43,7 +43,8 @@ class Waiting_Caller final : public Watcher {
 // The key's handle is free while the call waits: another thread may close it, which ends the waiting.
 DWORD Client_Service::watch_key(HKEY key, bool subtree, DWORD filter, HANDLE event) {
   const auto begin = [&](std::shared_ptr<Watcher> watcher) {
-    return with_key(key, KEY_NOTIFY, [&](const Subject& subject) {
+    return with_key(key, KEY_NOTIFY, [&](const Subject& subject) -> DWORD {
+      if (carrier_.batches().of_thread() != nullptr) return ERROR_TRANSACTION_REQUEST_NOT_VALID;
       return watches_.begin(subject, subtree, filter, std::move(watcher));
     });
   };

@@ -269,6 +269,32 @@ DWORD Sessions::begin(Session& session, Connection& connection, Deadline deadlin
   return ERROR_SUCCESS;
 }
 
+// session_is_gone when the question is to be asked again.
+DWORD Sessions::code_of(Reply reply, Session& session) {
+  switch (reply) {
+    case Reply::answered:
+      return ERROR_SUCCESS;
+    case Reply::lost:
+    case Reply::stranger:
+      end(session);
+      return session_is_gone;
+    case Reply::late:
+      end(session);
+      complain("the server at " + settings_.endpoint() + " does not answer");
+      return RPC_S_SERVER_UNAVAILABLE;
+    case Reply::wrong:
+      end(session);
+      return RPC_S_PROTOCOL_ERROR;
+    case Reply::malformed:
+      return RPC_S_PROTOCOL_ERROR;
+    case Reply::limit:
+      return ERROR_NO_SYSTEM_RESOURCES;
+    case Reply::no_memory:
+      return ERROR_NOT_ENOUGH_MEMORY;
+  }
+  return RPC_S_PROTOCOL_ERROR;
+}
+
 void Sessions::note_absence(const std::string& trouble) {
   is_away_ = true;
   if (has_complained_.exchange(true)) return;

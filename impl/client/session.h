@@ -81,6 +81,9 @@ class Sessions {
   // One more for a call that takes long, in a session that has begun; as above, and it is the caller's alone.
   DWORD take_own(const std::shared_ptr<Session>& session, std::unique_ptr<Connection>* out);
 
+  // What a question's reply, which was no answer, means to who asked it; the session has ended where it must. Gives
+  // session_is_gone when the question is to be asked again.
+  DWORD code_of(Reply reply, Session& session);
   // One of its connections broke or can no longer be believed.
   void end(Session& session);
   void complain(const std::string& line) const;

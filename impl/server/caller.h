@@ -22,13 +22,15 @@ inline constexpr DWORD other_version = 0xfffffffdu;
 
 struct Caller {
   Core& core;
-  Connection& connection;
-  Session* session;  // null only in BeginSession
+  Connection* connection;  // null on the thread of a batch, which must not touch it
+  Session* session;        // null only in BeginSession
   Scratch& scratch;
-  sd_bus_message* message;
-  wire::Number* made;  // where a new handle is told, in case its key is not kept
+  sd_bus_message* message;  // the same
+  wire::Number* made;       // where a new handle is told, in case its key is not kept
 
   const Peer& peer() const { return session->peer; }
+  // What is done is seen by others after the batch's commit only.
+  bool is_in_batch() const { return connection == nullptr; }
 };
 
 }  // namespace impl::server

@@ -57,30 +57,29 @@ DWORD check(Answer* out, Scratch& scratch, Look look) {
 }  // namespace
 
 // A check tells of everybody's keys, so not everybody may ask for one.
-DWORD perform(Caller& caller, wire::Check_Key::Question& question, wire::Check_Key::Answer*) {
+DWORD perform(Caller& caller, wire::Check_Key::Question& question, wire::Check_Key::Answer* out) {
   hive::Key key;
   const DWORD code = held_key(caller, question.key, KEY_QUERY_VALUE, &key);
   if (code != ERROR_SUCCESS) return code;
   if (!is_administrator(caller.peer())) return ERROR_ACCESS_DENIED;
-  return do_later<wire::Check_Key::Answer>(
-      caller, [&registry = caller.core.registry(), key](wire::Check_Key::Answer* out, Scratch& scratch) {
+  return do_later(
+      caller, out, [&registry = caller.core.registry(), key](wire::Check_Key::Answer* out, Scratch& scratch) {
         return check(out, scratch, [&](auto* faults, auto* counts) { return registry.check(key, faults, counts); });
       });
 }
 
-DWORD perform(Caller& caller, wire::Check_File::Question& question, wire::Check_File::Answer*) {
+DWORD perform(Caller& caller, wire::Check_File::Question& question, wire::Check_File::Answer* out) {
   if (!is_administrator(caller.peer())) return ERROR_ACCESS_DENIED;
   const auto hive = std::make_shared<wire::Sealed_Bytes>(question.hive.fd, std::numeric_limits<std::size_t>::max());
   if (hive->error() != 0) return ERROR_INVALID_PARAMETER;
-  return do_later<wire::Check_File::Answer>(
-      caller, [&core = caller.core, hive](wire::Check_File::Answer* out, Scratch& scratch) {
-        const Passing_Folder folder(core.settings().data_folder);
-        if (!folder.is_made()) return code_of_errno(errno);
-        if (const int error = folder.put(hive_name, hive->bytes()); error != 0) return code_of_errno(error);
-        return check(out, scratch, [&](auto* faults, auto* counts) {
-          return core.registry().check_file(folder.file(hive_name), faults, counts);
-        });
-      });
+  return do_later(caller, out, [&core = caller.core, hive](wire::Check_File::Answer* out, Scratch& scratch) {
+    const Passing_Folder folder(core.settings().data_folder);
+    if (!folder.is_made()) return code_of_errno(errno);
+    if (const int error = folder.put(hive_name, hive->bytes()); error != 0) return code_of_errno(error);
+    return check(out, scratch, [&](auto* faults, auto* counts) {
+      return core.registry().check_file(folder.file(hive_name), faults, counts);
+    });
+  });
 }
 
 }  // namespace impl::server

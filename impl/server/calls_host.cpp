@@ -29,21 +29,19 @@ wire::Bytes bytes_of(PSID sid, Scratch& scratch) {
 
 }  // namespace
 
-DWORD perform(Caller& caller, wire::User_Domain::Question& question, wire::User_Domain::Answer*) {
-  return do_later<wire::User_Domain::Answer>(
-      caller, [user = wide(question.user)](wire::User_Domain::Answer* out, Scratch& scratch) {
-        std::wstring domain;
-        const DWORD code = domain_of_local_user(user, &domain);
-        if (code == ERROR_SUCCESS) out->domain = units(domain.data(), domain.size(), scratch);
-        return code;
-      });
+DWORD perform(Caller& caller, wire::User_Domain::Question& question, wire::User_Domain::Answer* out) {
+  return do_later(caller, out, [user = wide(question.user)](wire::User_Domain::Answer* out, Scratch& scratch) {
+    std::wstring domain;
+    const DWORD code = domain_of_local_user(user, &domain);
+    if (code == ERROR_SUCCESS) out->domain = units(domain.data(), domain.size(), scratch);
+    return code;
+  });
 }
 
-DWORD perform(Caller& caller, wire::User_Number::Question& question, wire::User_Number::Answer*) {
-  return do_later<wire::User_Number::Answer>(caller,
-                                             [user = wide(question.user)](wire::User_Number::Answer* out, Scratch&) {
-                                               return number_of_local_user(user, &out->user);
-                                             });
+DWORD perform(Caller& caller, wire::User_Number::Question& question, wire::User_Number::Answer* out) {
+  return do_later(caller, out, [user = wide(question.user)](wire::User_Number::Answer* out, Scratch&) {
+    return number_of_local_user(user, &out->user);
+  });
 }
 
 // Both classes that are told begin with the name and the SID of a domain.

@@ -65,7 +65,7 @@ DWORD make(Caller& caller, const hive::Key& at, wire::Create_Key::Question& ques
   if (!is_created) return hand_out(caller, std::move(key), question.access, &out->handle);
   out->created = 1;
   out->handle = *caller.made = caller.session->keys.add(std::move(key), granted_access(question.access));
-  return ERROR_SUCCESS;
+  return out->handle == 0 ? beyond_limit : ERROR_SUCCESS;
 }
 
 DWORD open_existing(Caller& caller, hive::Key key, DWORD access, wire::Number* out_handle, wire::Bytes* out_id) {

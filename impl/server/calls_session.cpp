@@ -25,7 +25,7 @@ wire::Bytes bytes_of(const std::string& text) {
 std::shared_ptr<Session> new_session(Caller& caller, const wire::Begin_Session::Question& question) {
   auto session = std::make_shared<Session>();
   if (getrandom(session->id.data(), session->id.size(), 0) != static_cast<ssize_t>(session->id.size())) return nullptr;
-  session->peer = caller.connection.peer();
+  session->peer = caller.connection->peer();
   session->program = told(question.program);
   session->host = told(question.host);
   session->since = static_cast<std::uint64_t>(time(nullptr));
@@ -45,7 +45,7 @@ std::shared_ptr<Session> known_session(Caller& caller, wire::Bytes asked) {
 // A session that is not known any more is told like one of somebody else.
 DWORD perform(Caller& caller, wire::Begin_Session::Question& question, wire::Begin_Session::Answer* out) {
   if (question.version != wire::protocol_version) return other_version;
-  if (caller.connection.session() != nullptr) return ERROR_INVALID_PARAMETER;
+  if (caller.connection->session() != nullptr) return ERROR_INVALID_PARAMETER;
   std::shared_ptr<Session> session;
   if (question.session.empty()) {
     session = new_session(caller, question);
@@ -53,11 +53,11 @@ DWORD perform(Caller& caller, wire::Begin_Session::Question& question, wire::Beg
     caller.core.sessions().emplace(session->id, session);
   } else {
     session = known_session(caller, question.session);
-    if (session == nullptr || !session->peer.is_equal_of(caller.connection.peer())) return ERROR_ACCESS_DENIED;
+    if (session == nullptr || !session->peer.is_equal_of(caller.connection->peer())) return ERROR_ACCESS_DENIED;
   }
   out->session = caller.scratch.copy({session->id.data(), session->id.size()});
-  out->page.fd = caller.core.changes().page_fd();
-  caller.connection.set_session(std::move(session));
+  if (caller.connection->takes_descriptors()) out->page.fd = caller.core.changes().page_fd();
+  caller.connection->set_session(std::move(session));
   return ERROR_SUCCESS;
 }
 

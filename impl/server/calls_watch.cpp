@@ -41,9 +41,10 @@ DWORD perform(Caller& caller, wire::Watch_Key::Question& question, wire::Watch_K
   const DWORD code = held_key(caller, question.key, KEY_NOTIFY, &key);
   if (code != ERROR_SUCCESS) return code;
   if ((question.filter & hive::all_ways) == 0) return ERROR_INVALID_PARAMETER;
+  if (caller.is_in_batch()) return ERROR_TRANSACTION_REQUEST_NOT_VALID;
   if (caller.session->watches >= wire::max_watches) return beyond_limit;
   const std::uint64_t number = caller.core.park(caller);
-  const auto target = std::make_shared<Waiting_Client>(caller.core, number, caller.connection.shared_session());
+  const auto target = std::make_shared<Waiting_Client>(caller.core, number, caller.connection->shared_session());
   ++caller.session->watches;
   const hive::Status status = caller.core.registry().watch(key, question.subtree != 0, question.filter, target);
   if (status == hive::Status::ok) return answered_later;

@@ -60,8 +60,10 @@ void Connection::set_session(std::shared_ptr<Session> session) {
   ++session_->connections;
 }
 
-void Connection::serve() {
+// A client that has gone does not wait.
+void Connection::serve(std::uint32_t events) {
   if (ended_) return;
+  if (waiting > 0 && (events & (EPOLLHUP | EPOLLERR)) != 0) return end();
   lacks_bytes_ = false;
   int result = 1;
   for (int i = 0; i < most_messages_at_once && result > 0 && !ended_ && may_read(); ++i) result = step();
@@ -72,6 +74,7 @@ void Connection::serve() {
 // While answers wait nothing is asked for, and what the library reads beside writing them is bounded by that.
 bool Connection::may_read() {
   if (unsent_ > 0) return true;
+  if (waiting > 0) return false;
   const Framing::Look look = framing_.look(fd_, is_greeting());
   if (look == Framing::Look::too_long) end();
   lacks_bytes_ = look == Framing::Look::more;
@@ -96,6 +99,7 @@ void Connection::watch_socket() {
   if (unsent_ > most_unsent) return end();
   const std::uint32_t wanted = is_greeting()  ? static_cast<std::uint32_t>(sd_bus_get_events(bus_))
                                : unsent_ > 0  ? EPOLLOUT
+                               : waiting > 0  ? 0
                                : lacks_bytes_ ? EPOLLIN | EPOLLET
                                               : EPOLLIN;
   if (wanted == watched_ || ended_) return;
@@ -123,7 +127,7 @@ int Connection::take(sd_bus_message* message) {
   if (row == nullptr) return 0;
   if (session_ == nullptr && row->kind != Kind::begins) {
     send_error(message, wire::error_no_session, "BeginSession comes first");
-  } else if (calls_under_way >= wire::max_calls_under_way) {
+  } else if (calls_under_way + waiting >= wire::max_calls_under_way) {
     send_error(message, wire::error_limit, "Too many calls under way on this connection");
   } else {
     core_.ask(*this, message, *row);

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "impl/server/client_batch.h"
 #include "impl/server/framing.h"
 #include "impl/server/peer.h"
 #include "impl/server/reply.h"
@@ -33,8 +34,8 @@ class Connection {
   bool start(const sd_id128_t& server);
   int fd() const { return fd_; }
 
-  // What is there to be read and written, a bounded part of it.
-  void serve();
+  // What is there to be read and written, a bounded part of it. The events are those of the socket.
+  void serve(std::uint32_t events);
 
   // Sends a reply and gives it back.
   void send(const Reply& reply);
@@ -42,6 +43,9 @@ class Connection {
   // No longer served; it goes at the end of the round.
   void end();
   bool has_ended() const { return ended_; }
+
+  // Whether the client takes descriptors with answers.
+  bool takes_descriptors() const { return sd_bus_can_send(bus_, SD_BUS_TYPE_UNIX_FD) > 0; }
 
   const Peer& peer() const { return peer_; }
   Session* session() const { return session_.get(); }
@@ -53,6 +57,12 @@ class Connection {
   std::size_t calls_under_way = 0;
   // Whether a write of this connection waits for the next commit.
   bool has_write = false;
+  // Questions that wait for a hive; nothing is read behind them. watch_socket() follows a change.
+  std::size_t waiting = 0;
+  // Null outside of a batch.
+  std::unique_ptr<Client_Batch> batch;
+
+  void watch_socket();
 
  private:
   static int on_message(sd_bus_message* message, void* connection, sd_bus_error* error);
@@ -62,7 +72,6 @@ class Connection {
   bool may_read();
   int step();
   void note_sent(std::size_t size);
-  void watch_socket();
 
   Core& core_;
   const int fd_;

@@ -2,6 +2,7 @@
 // it through its mail.
 #pragma once
 
+#include <chrono>
 #include <list>
 #include <map>
 #include <memory>
@@ -10,6 +11,7 @@
 
 #include "hive/registry.h"
 #include "impl/server/changes.h"
+#include "impl/server/client_batch.h"
 #include "impl/server/connection.h"
 #include "impl/server/dispatch.h"
 #include "impl/server/mail.h"
@@ -54,6 +56,9 @@ class Core {
   void watch(Connection& connection, std::uint32_t events, bool is_new);
   void ask(Connection& connection, sd_bus_message* message, const Row& row);
   void commit();
+  // Questions wait that somebody else's hold on a hive keeps from being done: to be tried again soon.
+  bool has_waiting() const { return !waiting_.empty(); }
+  void try_again();
   void note_ended() { has_ended_connections_ = true; }
 
   // For calls.
@@ -67,7 +72,7 @@ class Core {
   void shut_down() { is_to_end_ = true; }
 
   // Keeps a question that is answered later, by its number.
-  std::uint64_t park(const Caller& caller);
+  std::uint64_t park(const Caller& caller) { return park(*caller.connection, caller.message); }
   void unpark(std::uint64_t number);
   bool is_parked(std::uint64_t number) const { return parked_.contains(number); }
   // Answers it; false when who asked it is not there any more.
@@ -87,19 +92,35 @@ class Core {
     Connection* connection;
     sd_bus_message* message;
   };
-  struct Write {
+  using Clock = std::chrono::steady_clock;
+  // A question on the server's thread.
+  struct Call {
     Connection* connection;
     sd_bus_message* message;
     const Row* row;
     Reply reply{};
-    wire::Number made = 0;  // the handle that it made
+    wire::Number made = 0;      // the handle that it made
+    bool waits = false;         // it is to be tried again
+    Clock::time_point since{};  // of its waiting
   };
 
+  std::uint64_t park(Connection& connection, sd_bus_message* message);
   Reply answer(Connection& connection, sd_bus_message* message, const Row& row, wire::Number* out_made);
-  bool write_together(std::vector<Write>& writes, DWORD* out_code);
-  void write_alone(std::vector<Write>& writes);
-  void take_back(std::vector<Write>& writes);
-  void refuse(std::vector<Write>& writes, DWORD code);
+  void refuse(Connection& connection, sd_bus_message* message, int error);
+  void attempt(Call& call);
+  void attempt_now(Call& call);
+  void conclude(Call& call);
+  bool write_together(std::vector<Call>& writes, DWORD* out_code);
+  void write_alone(std::vector<Call>& writes);
+  void take_back(std::vector<Call>& writes);
+  void refuse(std::vector<Call>& writes, DWORD code);
+  static bool is_of_batch(const Connection& connection, const Row& row);
+  bool make_batch(Connection& connection);
+  void ask_in_batch(Connection& connection, sd_bus_message* message, const Row& row);
+  void answer_from_batch(std::uint64_t number, Batch_Question& question);
+  bool note_answered(Connection& connection, Kind kind);
+  void end_batch(std::unique_ptr<Client_Batch> batch);
+  void forget_ended_batches();
   void sweep();
   void drop(Connection& connection);
   void end_session(Session& session);
@@ -117,10 +138,14 @@ class Core {
   std::unordered_map<std::uint64_t, Parked> parked_;
   std::uint64_t next_parked_ = 1;
   Requests requests_;
-  std::vector<Write> writes_;
+  std::vector<Call> writes_;
+  std::vector<Call> waiting_;
+  std::unordered_map<uid_t, std::size_t> batches_of_;  // those included that are ending
   bool has_ended_connections_ = false;
   bool is_to_end_ = false;
-  Worker worker_;  // last: ends before what its jobs use
+  // Last: they end before what their jobs use.
+  std::vector<std::unique_ptr<Client_Batch>> ending_batches_;
+  Worker worker_{"registry-work"};
 };
 
 }  // namespace impl::server

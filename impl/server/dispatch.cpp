@@ -31,26 +31,83 @@ inline constexpr Kind kind_of<wire::Delete_Value> = Kind::writes;
 template <>
 inline constexpr Kind kind_of<wire::Change_Rights> = Kind::writes;
 
+template <>
+inline constexpr Kind kind_of<wire::Begin_Batch> = Kind::begins_batch;
+template <>
+inline constexpr Kind kind_of<wire::Commit_Batch> = Kind::ends_batch;
+template <>
+inline constexpr Kind kind_of<wire::Abandon_Batch> = Kind::ends_batch;
+template <>
+inline constexpr Kind kind_of<wire::Changed_Since> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::User_Domain> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::User_Number> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::Policy> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::Request_Notification> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::Report_Notification> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::Report_Always> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::Await_Notification> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::Shut_Down> = Kind::serves;
+template <>
+inline constexpr Kind kind_of<wire::List_Connected> = Kind::serves;
+
 template <class Question>
 inline constexpr auto question_signature = wire::fields_signature<Question>;
 
 template <class Call>
-int answer_to(Caller& caller, sd_bus_message* message, Reply* out) {
-  typename Call::Question question;
-  typename Call::Answer answer;
-  if (sd_bus_message_has_signature(message, question_signature<typename Call::Question>.units) == 0) return -EBADMSG;
-  if (const int result = wire::read(message, &question); result < 0) return result;
-  DWORD code = 0;
-  try {
-    code = perform(caller, question, &answer);
-  } catch (const std::bad_alloc&) {
-    code = ERROR_NOT_ENOUGH_MEMORY;
+class Asked_Of final : public Asked {
+ public:
+  // A question may be read again, when it could not be performed yet.
+  int read(sd_bus_message* message) {
+    constexpr auto& signature = question_signature<typename Call::Question>;
+    if (sd_bus_message_has_signature(message, signature.units) == 0) return -EBADMSG;
+    const int result = sd_bus_message_rewind(message, 1);
+    return result < 0 ? result : wire::read(message, &question_);
   }
-  if (code == answered_later) return 0;
-  if (code == beyond_limit) return -ENOBUFS;
-  if (code == other_version) return -EPROTONOSUPPORT;
-  answer.code = code;
-  return make_reply(message, answer, out);
+
+  void perform(Caller& caller) override {
+    try {
+      code_ = server::perform(caller, question_, &answer_);
+    } catch (const std::bad_alloc&) {
+      code_ = ERROR_NOT_ENOUGH_MEMORY;
+    }
+  }
+
+  int answer(sd_bus_message* message, Reply* out) override {
+    if (code_ == answered_later) return 0;
+    if (code_ == beyond_limit) return -ENOBUFS;
+    if (code_ == other_version) return -EPROTONOSUPPORT;
+    answer_.code = code_;
+    return make_reply(message, answer_, out);
+  }
+
+ private:
+  typename Call::Question question_;
+  typename Call::Answer answer_;
+  DWORD code_ = ERROR_SUCCESS;
+};
+
+template <class Call>
+int answer_to(Caller& caller, sd_bus_message* message, Reply* out) {
+  Asked_Of<Call> asked;
+  if (const int result = asked.read(message); result < 0) return result;
+  asked.perform(caller);
+  return asked.answer(message, out);
+}
+
+template <class Call>
+std::unique_ptr<Asked> read(sd_bus_message* message, int* out_error) {
+  auto asked = std::make_unique<Asked_Of<Call>>();
+  *out_error = asked->read(message);
+  if (*out_error < 0) asked = nullptr;
+  return asked;
 }
 
 template <class Call>
@@ -67,6 +124,7 @@ constexpr Row row_for() {
           wire::fields_signature<typename Call::Answer>.units,
           kind_of<Call>,
           &answer_to<Call>,
+          &read<Call>,
           &refuse<Call>};
 }
 

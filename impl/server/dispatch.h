@@ -3,6 +3,8 @@
 
 #include <systemd/sd-bus.h>
 
+#include <memory>
+
 #include "impl/server/caller.h"
 #include "impl/server/reply.h"
 
@@ -10,8 +12,22 @@ namespace impl::server {
 
 enum class Kind {
   begins,  // the one call that is asked without a session
-  reads,   // answered at once
+  serves,  // about clients and the host, answered at once
+  reads,   // about keys, the same
   writes,  // answered after the commit that holds it
+  begins_batch,
+  ends_batch,
+};
+
+// A question that was read, whose bytes lie in its message.
+class Asked {
+ public:
+  virtual ~Asked() = default;
+  // On any thread. Notes what answer() makes the reply of.
+  virtual void perform(Caller& caller) = 0;
+  // Makes the reply, whose message stays null when it is answered later. A negative errno: -ENOBUFS, beyond a limit;
+  // -EPROTONOSUPPORT; what else a reply could not be made for.
+  virtual int answer(sd_bus_message* question, Reply* out) = 0;
 };
 
 struct Row {
@@ -22,6 +38,8 @@ struct Row {
   // Reads the question, performs it and makes the reply, whose message stays null when it is answered later. A negative
   // errno: the question cannot be read, or -ENOBUFS: beyond a limit, or -EPROTONOSUPPORT.
   int (*answer_to)(Caller& caller, sd_bus_message* question, Reply* out);
+  // The question, to be performed elsewhere; null with a negative errno when it cannot be read.
+  std::unique_ptr<Asked> (*read)(sd_bus_message* question, int* out_error);
   // The reply with only a code.
   int (*refuse)(sd_bus_message* question, DWORD code, Reply* out);
 };

@@ -9,19 +9,30 @@
 namespace impl::server {
 namespace {
 
-// Opened once for each client, so that listing below it keeps its place.
+hive::Status open_root(Caller& caller, hive::Root root, hive::Key* out) {
+  const bool is_user = root == hive::Root::current_user || root == hive::Root::users;
+  hive::Status status = hive::Status::ok;
+  if (is_user) status = caller.core.registry().open_user(caller.peer().user, out);
+  if (status == hive::Status::ok && root != hive::Root::current_user) {
+    status = caller.core.registry().open_root(root, out);
+  }
+  return status;
+}
+
+// Opened once for each client, so that listing below it keeps its place. What a batch opens it may have made, and it
+// may be abandoned.
 DWORD root_key(Caller& caller, hive::Root root, hive::Key* out) {
   hive::Key& kept = caller.session->roots[static_cast<std::size_t>(root)];
-  hive::Status status = hive::Status::ok;
-  if (kept == nullptr) {
-    const bool is_user = root == hive::Root::current_user || root == hive::Root::users;
-    if (is_user) status = caller.core.registry().open_user(caller.peer().user, &kept);
-    if (status == hive::Status::ok && root != hive::Root::current_user) {
-      status = caller.core.registry().open_root(root, &kept);
-    }
+  {
+    const std::lock_guard lock(caller.session->roots_mutex);
+    *out = kept;
   }
-  if (status == hive::Status::ok) *out = kept;
-  return code_of(status);
+  if (*out != nullptr) return ERROR_SUCCESS;
+  const hive::Status status = open_root(caller, root, out);
+  if (status != hive::Status::ok || caller.is_in_batch()) return code_of(status);
+  const std::lock_guard lock(caller.session->roots_mutex);
+  kept = *out;
+  return ERROR_SUCCESS;
 }
 
 DWORD use_root(Caller& caller, hive::Root root, DWORD rights, hive::Key* out) {
@@ -41,10 +52,10 @@ DWORD held_key(Caller& caller, wire::Number handle, DWORD rights, hive::Key* out
     const auto root = predefined_root(handle);
     return root ? use_root(caller, *root, rights, out) : ERROR_INVALID_HANDLE;
   }
-  const Held_Key* const held = caller.session->keys.find(handle);
-  if (held == nullptr) return ERROR_INVALID_HANDLE;
+  std::optional<Held_Key> held = caller.session->keys.find(handle);
+  if (!held) return ERROR_INVALID_HANDLE;
   if ((held->access & rights) != rights) return ERROR_ACCESS_DENIED;
-  *out = held->key;
+  *out = std::move(held->key);
   return ERROR_SUCCESS;
 }
 
@@ -62,7 +73,7 @@ DWORD hand_out(Caller& caller, hive::Key key, DWORD asked, wire::Number* out) {
   if (const DWORD code = allowed_for(caller, key, &allowed); code != ERROR_SUCCESS) return code;
   if (!grant(allowed, asked, &granted)) return ERROR_ACCESS_DENIED;
   *out = *caller.made = caller.session->keys.add(std::move(key), granted);
-  return ERROR_SUCCESS;
+  return *out == 0 ? beyond_limit : ERROR_SUCCESS;
 }
 
 DWORD identity_of(Caller& caller, const hive::Key& key, wire::Bytes* out) {

@@ -1,4 +1,4 @@
-// Calls whose work is done by the worker.
+// Calls whose work is done by the worker, or by the thread of the batch that they belong to.
 #pragma once
 
 #include <memory>
@@ -12,7 +12,8 @@ namespace impl::server {
 // Has work(&answer, scratch), which gives a code, done by the worker, and answers with it. The work has what it needs
 // by value; the question is gone by then.
 template <class Answer, class Work>
-DWORD do_later(Caller& caller, Work work) {
+DWORD do_later(Caller& caller, Answer* out, Work work) {
+  if (caller.is_in_batch()) return work(out, caller.scratch);
   struct Job {
     Answer answer;
     Scratch scratch;

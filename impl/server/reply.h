@@ -2,6 +2,7 @@
 #pragma once
 
 #include <systemd/sd-bus.h>
+#include <windef.h>
 
 #include "impl/wire/message.h"
 
@@ -12,6 +13,7 @@ inline constexpr std::size_t reply_head_size = 256;  // bytes, about: what a mes
 struct Reply {
   sd_bus_message* message = nullptr;  // whoever has the reply gives it back
   std::size_t size = 0;               // about, in bytes
+  DWORD code = 0;                     // that it tells
 };
 
 // The reply with these fields; a negative errno when it cannot be made.
@@ -24,7 +26,7 @@ int make_reply(sd_bus_message* question, Answer& answer, Reply* out) {
     sd_bus_message_unref(reply);
     return result;
   }
-  *out = {reply, reply_head_size + wire::size_of_fields(answer)};
+  *out = {reply, reply_head_size + wire::size_of_fields(answer), answer.code};
   return 0;
 }
 

@@ -15,6 +15,7 @@ namespace {
 constexpr int most_clients_at_once = 64;
 constexpr std::uint64_t second = 1'000'000;  // microseconds
 constexpr std::uint64_t between_looks = 10 * second;
+constexpr std::uint64_t between_attempts = second / 100;
 
 bool is_lack(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS; }
 
@@ -41,6 +42,7 @@ Server::~Server() {
   for (sd_event_source* const listener : listeners_) sd_event_source_unref(listener);
   sd_event_source_unref(silence_);
   sd_event_source_unref(look_);
+  sd_event_source_unref(waiting_);
   sd_event_source_unref(idle_);
   sd_event_unref(event_);
 }
@@ -93,16 +95,20 @@ bool Server::listen(int socket) {
 }
 
 bool Server::set_timers() {
+  constexpr std::uint64_t accuracy = 1000;
   const auto add = [this](sd_event_source** timer, sd_event_time_handler_t handler) {
-    const int result = sd_event_add_time_relative(event_, timer, CLOCK_MONOTONIC, between_looks, 0, handler, this);
+    const int result =
+        sd_event_add_time_relative(event_, timer, CLOCK_MONOTONIC, between_looks, accuracy, handler, this);
     if (result < 0) errno = -result;
     return result >= 0 && sd_event_source_set_enabled(*timer, SD_EVENT_OFF) >= 0;
   };
-  return add(&silence_, &on_silence) && add(&look_, &on_look) && (options_.idle_seconds == 0 || add(&idle_, &on_idle));
+  return add(&silence_, &on_silence) && add(&look_, &on_look) && add(&waiting_, &on_waiting) &&
+         (options_.idle_seconds == 0 || add(&idle_, &on_idle));
 }
 
 void Server::after_round() {
   if (core_.is_to_end()) sd_event_exit(event_, 0);
+  if (core_.has_waiting()) set_time(waiting_, between_attempts);
   const bool is_idle = core_.connection_count() == 0;
   if (idle_ == nullptr || is_idle == is_idle_) return;
   is_idle_ = is_idle;
@@ -114,6 +120,15 @@ void Server::set_listening(bool on) {
   for (sd_event_source* const listener : listeners_) {
     sd_event_source_set_enabled(listener, on ? SD_EVENT_ON : SD_EVENT_OFF);
   }
+}
+
+// From now on; one that is on keeps its time.
+void Server::set_time(sd_event_source* timer, std::uint64_t microseconds) {
+  int enabled = SD_EVENT_OFF;
+  sd_event_source_get_enabled(timer, &enabled);
+  if (enabled != SD_EVENT_OFF) return;
+  sd_event_source_set_time_relative(timer, microseconds);
+  sd_event_source_set_enabled(timer, SD_EVENT_ONESHOT);
 }
 
 void Server::look_again_in(std::uint64_t microseconds) {
@@ -141,9 +156,7 @@ int Server::on_client(sd_event_source*, int socket, std::uint32_t, void* server)
     if (!client) break;
     self.core_.admit(std::move(client));
   }
-  int enabled = SD_EVENT_OFF;
-  sd_event_source_get_enabled(self.silence_, &enabled);
-  if (enabled == SD_EVENT_OFF) self.look_again_in(between_looks);
+  set_time(self.silence_, between_looks);
   self.look_around_soon();
   self.after_round();
   return 0;
@@ -165,6 +178,13 @@ int Server::on_mail(sd_event_source*, int, std::uint32_t, void* server) {
 
 int Server::on_stop(sd_event_source*, int, std::uint32_t, void* server) {
   return sd_event_exit(static_cast<Server*>(server)->event_, 0);
+}
+
+int Server::on_waiting(sd_event_source*, std::uint64_t, void* server) {
+  auto& self = *static_cast<Server*>(server);
+  self.core_.try_again();
+  self.after_round();
+  return 0;
 }
 
 int Server::on_silence(sd_event_source*, std::uint64_t, void* server) {

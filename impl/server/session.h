@@ -1,9 +1,12 @@
-// A client: the connections that share its keys. It lasts as long as one of them.
+// A client: the connections that share its keys. It lasts as long as one of them. What threads of batches use of it
+// stands with its lock or has its own.
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <deque>
+#include <mutex>
 #include <string>
 
 #include "impl/server/key_table.h"
@@ -35,7 +38,8 @@ struct Session {
 
   Key_Table keys;
   std::array<hive::Key, static_cast<std::size_t>(hive::Root::performance) + 1> roots;  // each from its first use on
-  std::size_t watches = 0;                  // that the store has, also those whose connection went
+  std::mutex roots_mutex;
+  std::atomic<std::size_t> watches{0};      // that the store has, also those whose connection went
   std::deque<Notice> notices;               // none while a call waits for them
   std::deque<std::uint64_t> waiting;        // calls of AwaitNotification, also those whose connection went
   std::array<bool, notice_kinds> always{};  // of these kinds it reports to whoever asks

@@ -9,13 +9,16 @@
 namespace impl::server {
 
 Worker::~Worker() {
-  {
-    const std::lock_guard lock(mutex_);
-    ends_ = true;
-    jobs_.clear();
-  }
-  changed_.notify_one();
+  end();
   if (thread_.joinable()) thread_.join();
+}
+
+void Worker::end() {
+  const std::lock_guard lock(mutex_);
+  ends_ = true;
+  jobs_.clear();
+  changed_.notify_one();
+  if (!thread_.joinable()) is_over_ = true;
 }
 
 bool Worker::add(Job job) {
@@ -32,7 +35,7 @@ bool Worker::start() {
   pthread_sigmask(SIG_SETMASK, &all, &before);
   try {
     thread_ = std::thread([this] { run(); });
-    pthread_setname_np(thread_.native_handle(), "registry-work");
+    pthread_setname_np(thread_.native_handle(), name_);
   } catch (const std::system_error&) {
   }
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
@@ -43,13 +46,14 @@ void Worker::run() {
   std::unique_lock lock(mutex_);
   for (;;) {
     changed_.wait(lock, [this] { return ends_ || !jobs_.empty(); });
-    if (ends_) return;
+    if (ends_) break;
     const Job job = std::move(jobs_.front());
     jobs_.pop_front();
     lock.unlock();
     job();
     lock.lock();
   }
+  is_over_ = true;
 }
 
 }  // namespace impl::server

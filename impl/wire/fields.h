@@ -48,6 +48,13 @@ struct Hive_File {
   Descriptor file;
 };
 
+// How a batch ended in a hive: root is a root handle, file its path or empty.
+struct Batch_Hive {
+  Number root = 0;
+  Bytes file;
+  Number code = 0;
+};
+
 // `has` tells which texts there are: bit 0 for the key, bit 1 for the value.
 inline constexpr Number fault_has_key = 1;
 inline constexpr Number fault_has_value = 2;
@@ -72,12 +79,14 @@ struct Connected_Client {
 inline auto fields_of(Sub_Key& r) { return std::tie(r.name, r.class_name, r.last_write_time); }
 inline auto fields_of(Value& r) { return std::tie(r.name, r.type, r.size, r.data); }
 inline auto fields_of(Hive_File& r) { return std::tie(r.name, r.file); }
+inline auto fields_of(Batch_Hive& r) { return std::tie(r.root, r.file, r.code); }
 inline auto fields_of(Hive_Fault& r) { return std::tie(r.kind, r.has, r.key, r.value, r.text); }
 inline auto fields_of(Connected_Client& r) { return std::tie(r.process, r.user, r.host, r.program, r.since); }
 
 using Sub_Keys = std::vector<Sub_Key>;
 using Values = std::vector<Value>;
 using Hive_Files = std::vector<Hive_File>;
+using Batch_Hives = std::vector<Batch_Hive>;
 using Hive_Faults = std::vector<Hive_Fault>;
 using Connected_Clients = std::vector<Connected_Client>;
 

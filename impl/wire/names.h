@@ -26,6 +26,7 @@ inline constexpr std::size_t max_handles = 100'000;      // for each session
 inline constexpr std::size_t max_calls_under_way = 64;   // for each connection
 inline constexpr std::size_t max_watches = 10'000;       // for each session
 inline constexpr std::size_t max_connections = 4096;     // for each user
+inline constexpr std::size_t max_batches = 16;           // for each user
 inline constexpr std::size_t session_size = 16;          // bytes, random
 
 }  // namespace impl::wire

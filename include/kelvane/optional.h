@@ -28,10 +28,10 @@ KV_BEGIN_C
 /* ---- Batches: many changes as one transaction of each hive that they touch ---------------------------------- */
 
 /*
- * How a batch ended in one hive. root is HKEY_LOCAL_MACHINE for the machine's hive and HKEY_CURRENT_USER for the
- * user's; file is its path, "" for a hive without file, and good for the time of the call only. code is 0 when all
- * of the batch is in the hive, and else says why nothing of it is: ERROR_OPERATION_ABORTED (995) when it was not
- * tried any more since an earlier one had failed.
+ * How a batch ended in one hive. root is HKEY_LOCAL_MACHINE for the machine's hive, HKEY_CURRENT_USER for the user's,
+ * and HKEY_USERS for that of all users which a machine's server has; file is its path, "" for a hive without file, and
+ * good for the time of the call only. code is 0 when all of the batch is in the hive, and else says why nothing of it
+ * is: ERROR_OPERATION_ABORTED (995) when it was not tried any more since an earlier one had failed.
  */
 typedef struct KvBatchHive {
   HKEY root;
@@ -133,16 +133,20 @@ static inline WinChar* KvOptionalText(const wchar_t* text) {
  * disk, a damaged hive) the whole batch is abandoned with that call.
  *
  * A batch may hold a hive for 30 seconds, counted from its first change there. Then it is abandoned, by a thread of the
- * store's own that lives while batches are about. It is also abandoned when the process forks, when the file of a hive
- * is replaced or its descriptors are closed, and when its thread ends. From then on every change by the thread, and the
- * commit, answer ERROR_TRANSACTION_ALREADY_ABORTED (6704), until the commit or KvAbandonBatch was called; reads go on
- * as if there were no batch. Handles of keys that only an abandoned batch has made answer 1018. A forked child has no
- * batch.
+ * store's own that lives while batches are about. It is also abandoned when the file of a hive is replaced or its
+ * descriptors are closed, when its thread ends, and when the process forks; where a server has the registry, not by a
+ * fork, but when the connection to the server breaks or the process gets other rights. From then on every change by the
+ * thread, and the commit, answer ERROR_TRANSACTION_ALREADY_ABORTED (6704), until the commit or KvAbandonBatch was
+ * called; reads go on as if there were no batch. Handles of keys that only an abandoned batch has made answer 1018. A
+ * forked child has no batch.
  *
  * Within a batch the thread cannot watch keys or ask for the image of the user's hive:
  * ERROR_TRANSACTION_REQUEST_NOT_VALID (6702). Backups and RegFlushKey are of what was committed.
  *
- * 6702: the thread has a batch already; 120: the registry is served by a server, which has no batches.
+ * Where a server has the registry each batch takes a connection and a thread of it: 1450 when the user has 16 open.
+ * What the thread does as another user than who began the batch answers 6702 where rights of that user would count.
+ *
+ * 6702: the thread has a batch already; 120: the implementation library has no batches.
  */
 static inline LSTATUS KvBeginBatch(void) {
   typedef DWORD (*Entry)(void*);
@@ -157,7 +161,9 @@ static inline LSTATUS KvBeginBatch(void) {
  * result is 0 or the code of the first hive that failed; what was committed before it stays, which the callback tells.
  * Watchers are told once for each hive.
  *
- * ERROR_TRANSACTION_NOT_ACTIVE (6701): the thread has no batch; 6704: it was abandoned, nothing is kept.
+ * ERROR_TRANSACTION_NOT_ACTIVE (6701): the thread has no batch; 6704: it was abandoned, nothing is kept;
+ * RPC_S_SERVER_UNAVAILABLE (1722): the server went away while it was asked, and nobody knows whether the batch was
+ * kept.
  */
 static inline LSTATUS KvCommitBatch(KvBatchHiveCallback callback, void* context) {
   typedef DWORD (*Entry)(KvBatchHiveCallback, void*, void*);

@@ -103,6 +103,31 @@ TEST_F(Still_True, EveryKindOfChangeIsSeenAtOnce) {
   EXPECT_EQ(reader.get(key, u"v").code, 1018u);
 }
 
+TEST_F(Still_True, ABatchReadsItsOwnChangesAndOthersWhatWasCommitted) {
+  impl::client::Client_Service& service = new_client();
+  const Client client{service};
+  const HKEY key = client.made(HKEY_LOCAL_MACHINE, u"k");
+  client.set(key, u"v", REG_BINARY, "before");
+  const auto read_by_another_thread = [&] {
+    Value value;
+    std::thread([&] { value = client.get(key, u"v"); }).join();
+    return value.data;
+  };
+  ASSERT_EQ(client.get(key, u"v").data, "before");
+  ASSERT_EQ(service.begin_batch(), 0u);
+  ASSERT_EQ(client.set(key, u"v", REG_BINARY, "within"), 0u);
+  EXPECT_EQ(client.get(key, u"v").data, "within");
+  EXPECT_EQ(read_by_another_thread(), "before");
+  std::vector<impl::Batch_Hive> hives;
+  ASSERT_EQ(service.commit_batch(&hives), 0u);
+  EXPECT_EQ(read_by_another_thread(), "within");
+  ASSERT_EQ(service.begin_batch(), 0u);
+  ASSERT_EQ(client.set(key, u"v", REG_BINARY, "never"), 0u);
+  EXPECT_EQ(client.get(key, u"v").data, "never");
+  ASSERT_EQ(service.abandon_batch(), 0u);
+  EXPECT_EQ(client.get(key, u"v").data, "within");
+}
+
 TEST_F(Still_True, AHandleKeepsItsRightsAfterThoseOfItsKeyChanged) {
   impl::client::Client_Service& service = new_client();
   const Client client{service};

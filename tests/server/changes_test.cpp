@@ -230,6 +230,15 @@ TEST_F(Change_Numbers, MeanNothingFromTheServersEndOn) {
   EXPECT_FALSE(next_page.is_held());
 }
 
+TEST_F(Change_Numbers, AreNotShownToAClientThatTakesNoDescriptors) {
+  Client plain(connect_to(served.address()), false);
+  const auto plain_begun = plain.begin();
+  EXPECT_EQ(plain_begun.error, "");
+  EXPECT_EQ(plain_begun->code, 0u);
+  EXPECT_LT(plain_begun->page.fd, 0);
+  EXPECT_EQ(open(plain, machine, u"Counted")->code, 0u);
+}
+
 TEST_F(Change_Numbers, AListOfSeveralLeavesThePlaceOfTheHandleAlone) {
   for (const auto* name : {u"a", u"b", u"c", u"d"}) set(client, key, name, "x");
   const auto name_at = [&](wire::Number index) {

@@ -33,7 +33,10 @@ enum class For { one_user, machine };
 
 class Served {
  public:
-  explicit Served(For whom = For::machine, unsigned idle_seconds = 0) : whom_(whom), idle_seconds_(idle_seconds) {
+  // prepare is called in the server's process.
+  explicit Served(
+      For whom = For::machine, unsigned idle_seconds = 0, std::function<void()> prepare = [] {})
+      : whom_(whom), idle_seconds_(idle_seconds), prepare_(std::move(prepare)) {
     listener_ = wire::Unique_Fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     address_.name.sun_family = AF_UNIX;
     auto* const name = reinterpret_cast<sockaddr*>(&address_.name);
@@ -85,6 +88,7 @@ class Served {
 
  private:
   int serve(int stop) {
+    prepare_();
     hive::Registry registry(std::make_unique<Test_Locations>(folder_.path(), whom_ == For::machine),
                             [](const std::string& line) { fprintf(stderr, "%s\n", line.c_str()); });
     const int listener = listener_.get();
@@ -104,6 +108,7 @@ class Served {
 
   const For whom_;
   const unsigned idle_seconds_;
+  const std::function<void()> prepare_;
   kvtest::Temp_Folder folder_;
   wire::Unique_Fd listener_;
   Address address_;

@@ -9,13 +9,15 @@ namespace kvreg {
 namespace {
 
 void note_outcome(void* context, const KvBatchHive* hive) {
-  const std::string root = hive->root == HKEY_CURRENT_USER ? "HKCU" : "HKLM";
+  const std::string root = hive->root == HKEY_CURRENT_USER ? "HKCU" : hive->root == HKEY_USERS ? "HKU" : "HKLM";
   const std::string file = *hive->file != '\0' ? " (" + std::string(hive->file) + ")" : "";
   static_cast<std::vector<Hive_Outcome>*>(context)->push_back({root + file, hive->code});
 }
 
 [[noreturn]] void tell(const std::vector<Hive_Outcome>& outcomes, DWORD code) {
-  std::string text = "the changes were not kept: " + describe_code(code);
+  const bool is_known = code != RPC_S_SERVER_UNAVAILABLE;
+  std::string text = is_known ? "the changes were not kept: " + describe_code(code)
+                              : "the server went away before it told whether the changes were kept";
   for (const Hive_Outcome& each : outcomes) {
     const bool is_in = each.code == ERROR_SUCCESS;
     text += "\n  " + each.hive + ": " + (is_in ? "all changes are in it" : "unchanged: " + describe_code(each.code));
@@ -27,10 +29,6 @@ void note_outcome(void* context, const KvBatchHive* hive) {
 
 Batch::Batch() {
   const auto code = static_cast<DWORD>(KvBeginBatch());
-  if (code == ERROR_CALL_NOT_IMPLEMENTED) {
-    throw Complaint(
-        "there are no batches in this registry mode, and nothing was changed; --no-batch writes line by line");
-  }
   if (code != ERROR_SUCCESS) throw Failure{"a batch of changes", "", code};
 }
 

@@ -10,13 +10,13 @@ namespace kvreg {
 
 // How a batch ended in one hive.
 struct Hive_Outcome {
-  std::string hive;  // "HKLM" or "HKCU", with the file
+  std::string hive;  // "HKLM", "HKCU" or "HKU", with the file
   DWORD code;        // 0 when all of the batch is in it, else why nothing is
 };
 
 class Batch {
  public:
-  // Throws Complaint where there are no batches.
+  // Throws Failure.
   Batch();
   // Abandons what was not committed.
   ~Batch();
