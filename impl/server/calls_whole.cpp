@@ -115,6 +115,7 @@ DWORD perform(Caller& caller, wire::Backup::Question&, wire::Backup::Answer* out
 }
 
 DWORD perform(Caller& caller, wire::User_Image::Question&, wire::User_Image::Answer* out) {
+  if (caller.is_in_batch()) return ERROR_TRANSACTION_REQUEST_NOT_VALID;
   return do_later(
       caller, out,
       [&registry = caller.core.registry(), user = caller.peer().user](wire::User_Image::Answer* out, Scratch& scratch) {

@@ -106,15 +106,17 @@ void Core::attempt(Call& call) {
   call.waits = connection.waiting > 0;
   if (!call.waits) {
     call.reply = answer(connection, call.message, *call.row, &call.made);
-    if (call.reply.code != ERROR_BUSY) return;
-    const Clock::time_point now = Clock::now();
-    if (call.since == Clock::time_point{}) call.since = now;
-    if (now - call.since >= longest_wait) return;
+    if (call.reply.code != ERROR_BUSY || has_waited_enough(call)) return;
     sd_bus_message_unref(call.reply.message);
     call.reply = {};
     call.waits = true;
   }
   ++connection.waiting;
+  if (call.since == Clock::time_point{}) call.since = Clock::now();
+}
+
+bool Core::has_waited_enough(const Call& call) {
+  return call.since != Clock::time_point{} && Clock::now() - call.since >= longest_wait;
 }
 
 void Core::conclude(Call& call) {

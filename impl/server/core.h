@@ -109,6 +109,7 @@ class Core {
   void refuse(Connection& connection, sd_bus_message* message, int error);
   void attempt(Call& call);
   void attempt_now(Call& call);
+  static bool has_waited_enough(const Call& call);
   void conclude(Call& call);
   bool write_together(std::vector<Call>& writes, DWORD* out_code);
   void write_alone(std::vector<Call>& writes);

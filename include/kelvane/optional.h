@@ -162,8 +162,7 @@ static inline LSTATUS KvBeginBatch(void) {
  * Watchers are told once for each hive.
  *
  * ERROR_TRANSACTION_NOT_ACTIVE (6701): the thread has no batch; 6704: it was abandoned, nothing is kept;
- * RPC_S_SERVER_UNAVAILABLE (1722): the server went away while it was asked, and nobody knows whether the batch was
- * kept.
+ * RPC_S_SERVER_UNAVAILABLE (1722): the server went away while it was asked, and nobody knows whether it was kept.
  */
 static inline LSTATUS KvCommitBatch(KvBatchHiveCallback callback, void* context) {
   typedef DWORD (*Entry)(KvBatchHiveCallback, void*, void*);
