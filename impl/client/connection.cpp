@@ -33,16 +33,6 @@ std::uint64_t microseconds_until(Deadline deadline) {
   return left > 0 ? static_cast<std::uint64_t>(left) : 0;
 }
 
-class Bus_Error {
- public:
-  ~Bus_Error() { sd_bus_error_free(&error_); }
-  sd_bus_error* out() { return &error_; }
-  bool is(const char* name) const { return sd_bus_error_has_name(&error_, name) != 0; }
-
- private:
-  sd_bus_error error_{};
-};
-
 constexpr int look_about = 1000;  // milliseconds
 
 struct Awaited {
@@ -50,7 +40,7 @@ struct Awaited {
 
   static int on_answer(sd_bus_message* message, void* awaited, sd_bus_error*) {
     static_cast<Awaited*>(awaited)->answer.reset(sd_bus_message_ref(message));
-    return 0;
+    return 1;  // dealt with
   }
 };
 
@@ -59,13 +49,12 @@ struct Slot_Release {
 };
 using Slot = std::unique_ptr<sd_bus_slot, Slot_Release>;
 
-Reply reply_of(const Bus_Error& error, int result, bool is_open) {
-  if (error.is(wire::error_malformed)) return Reply::malformed;
-  if (error.is(wire::error_limit)) return Reply::limit;
-  if (error.is(wire::error_no_session)) return Reply::stranger;
+// Of an error that came as the answer, or of a failure with a negative errno.
+Reply reply_of(const sd_bus_error* error, int result, bool is_open) {
+  if (sd_bus_error_has_name(error, wire::error_malformed) > 0) return Reply::malformed;
+  if (sd_bus_error_has_name(error, wire::error_limit) > 0) return Reply::limit;
+  if (sd_bus_error_has_name(error, wire::error_no_session) > 0) return Reply::stranger;
   if (result == -ENOMEM) return Reply::no_memory;
-  if (result == -EINTR) return Reply::lost;  // a signal took the wait away; the answer cannot be waited for again
-  if (result == -ETIMEDOUT && is_open) return Reply::late;
   return is_open ? Reply::wrong : Reply::lost;
 }
 
@@ -123,6 +112,7 @@ bool Connection::greet(Deadline deadline, std::string* out_trouble) {
     if (left == 0) result = -ETIMEDOUT;
     if (result >= 0) result = sd_bus_process(bus, nullptr);
     if (result == 0) result = sd_bus_wait(bus, left);
+    if (result == -EINTR) result = 0;
   }
   if (result < 0) *out_trouble = std::string("no greeting: ") + std::strerror(-result);
   return result > 0;
@@ -161,21 +151,43 @@ Reply Connection::await(Exchange& exchange, const std::function<bool()>& goes_on
   return Reply::answered;
 }
 
+// Signals interrupt a look at the socket, never the question. What comes beside the answer is no server's.
 Reply Connection::ask(Exchange& exchange, wire::Number key, std::chrono::milliseconds patience, DWORD* out_code) {
   const Message message = question(exchange, key);
   if (message == nullptr) return sd_bus_is_open(bus_) > 0 ? Reply::no_memory : Reply::lost;
-  Bus_Error error;
-  sd_bus_message* answered = nullptr;
-  const auto timeout = static_cast<std::uint64_t>(std::chrono::duration_cast<microseconds>(patience).count());
-  const int result = sd_bus_call(bus_, message.get(), timeout, error.out(), &answered);
-  const Message answer(answered);
-  if (result < 0) return reply_of(error, result, sd_bus_is_open(bus_) > 0);
+  const Deadline deadline = Clock::now() + patience;
+  Awaited awaited;
+  sd_bus_slot* slot = nullptr;
+  int result = sd_bus_call_async(bus_, &slot, message.get(), &Awaited::on_answer, &awaited, UINT64_MAX);
+  const Slot kept(slot);
+  while (result >= 0 && awaited.answer == nullptr) {
+    sd_bus_message* stranger = nullptr;
+    result = sd_bus_process(bus_, &stranger);
+    const Message unexpected(stranger);
+    if (unexpected != nullptr) return Reply::wrong;
+    if (result == 0 && !wait_until(deadline)) return Reply::late;
+  }
+  const bool is_open = sd_bus_is_open(bus_) > 0;
+  if (result < 0) return reply_of(nullptr, result, is_open);
+  if (sd_bus_message_is_method_error(awaited.answer.get(), nullptr) > 0) {
+    return reply_of(sd_bus_message_get_error(awaited.answer.get()), 0, is_open);
+  }
   std::uint64_t unexpected = 0;
   if (sd_bus_get_n_queued_read(bus_, &unexpected) >= 0 && unexpected > 0) return Reply::wrong;
-  const DWORD code = exchange.read(answered);
+  const DWORD code = exchange.read(awaited.answer.get());
   if (code == wrong_answer) return Reply::wrong;
   *out_code = code;
   return Reply::answered;
+}
+
+// False behind the deadline.
+bool Connection::wait_until(Deadline deadline) const {
+  const std::uint64_t left = microseconds_until(deadline);
+  if (left == 0) return false;
+  const timespec time{static_cast<time_t>(left / 1'000'000), static_cast<long>(left % 1'000'000 * 1000)};
+  pollfd end{socket_.fd(), static_cast<short>(sd_bus_get_events(bus_)), 0};
+  ppoll(&end, 1, &time, nullptr);
+  return true;
 }
 
 }  // namespace impl::client

@@ -58,6 +58,7 @@ class Connection {
  private:
   explicit Connection(Own_Socket socket);
   bool greet(Deadline deadline, std::string* out_trouble);
+  bool wait_until(Deadline deadline) const;
 
   Own_Socket socket_;
   const int process_;
