@@ -191,6 +191,10 @@ class Registry {
   // long as nothing else is said.
   virtual void set_patience(std::chrono::milliseconds patience);
 
+  // A number that is another one whenever the key's hive was changed by somebody else, and sometimes without that; 0
+  // when memory does not know the hive as it is now, which the next read may change.
+  virtual std::uint64_t known_state(const Key& key);
+
   // The process ends as it should: the next one to open its hives need not look them through.
   virtual void note_orderly_end();
 

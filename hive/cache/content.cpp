@@ -73,6 +73,13 @@ std::optional<Status> Registry::known_value(const Read_Section& section, const O
   return node == nullptr ? std::nullopt : answer_value(*node, name, value);
 }
 
+std::uint64_t Registry::known_state(const Key& key) {
+  const Read_Section section;
+  const Coherence* coherence = key->hive == nullptr ? nullptr : key->hive->coherence();
+  const View* view = coherence == nullptr ? nullptr : coherence->current();
+  return view == nullptr ? 0 : view->generation;
+}
+
 Status find_value(Connection& connection, std::int64_t key, std::u16string_view name, Value_Out& value) {
   if (!connection.keeping.allowed) return read_value(connection, key, name, value);
   const Read_Section section;

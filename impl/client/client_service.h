@@ -4,6 +4,7 @@
 #include <winerror.h>
 
 #include "impl/client/carrier.h"
+#include "impl/client/kept_answers.h"
 #include "impl/client/notices.h"
 #include "impl/client/remote_key.h"
 #include "impl/client/watches.h"
@@ -68,11 +69,13 @@ class Client_Service final : public Registry_Service {
   // Asks about a key. Take gets the answer and gives the code.
   template <class Call, class Take>
   DWORD ask(HKEY key, DWORD right, const typename Call::Question& question, Take take,
-            Rights rights = Rights::of_handle, Length length = Length::usual);
+            Rights rights = Rights::of_handle, Length length = Length::usual,
+            std::shared_ptr<Session>* out_session = nullptr);
   // The one way of reads: nothing that only looks at a key asks otherwise.
   template <class Call, class Take>
-  DWORD read(HKEY key, DWORD right, const typename Call::Question& question, Take take) {
-    return ask<Call>(key, right, question, std::move(take));
+  DWORD read(HKEY key, DWORD right, const typename Call::Question& question, Take take,
+             std::shared_ptr<Session>* out_session = nullptr) {
+    return ask<Call>(key, right, question, std::move(take), Rights::of_handle, Length::usual, out_session);
   }
   // Deletions and renaming: what is gone when the question is heard again was there at the first time.
   template <class Call>
@@ -88,7 +91,15 @@ class Client_Service final : public Registry_Service {
   DWORD hand_out(const Subject& at, std::u16string_view path, DWORD access, wire::Bytes id,
                  const std::shared_ptr<Session>& session, wire::Number handle, HKEY* out_key);
 
+  // Values that are kept: what a question to the server makes of what is known of the key.
+  std::optional<DWORD> find_value(HKEY key, std::u16string_view name, Value_Room& value);
+  DWORD ask_value(HKEY key, std::u16string_view name, Value_Room& value);
+  void settle_doubts(const Remote_Key& key);
+  void keep_all_values(HKEY key);
+  void keep(HKEY key, Session& session, std::uint64_t user, std::uint64_t number, std::unique_ptr<Kept_Values> values);
+
   Carrier carrier_;
+  Kept_Answers kept_;  // outlives the keys
   Remote_Keys keys_;
   Watches watches_;
   Notices notices_;
@@ -111,12 +122,12 @@ DWORD Client_Service::with_key(HKEY handle, DWORD right, Operation operation) {
 
 template <class Call, class Take>
 DWORD Client_Service::ask(HKEY key, DWORD right, const typename Call::Question& question, Take take, Rights rights,
-                          Length length) {
+                          Length length, std::shared_ptr<Session>* out_session) {
   auto exchange = client::exchange<Call>(question, std::move(take));
   return with_key(key, right, [&](Subject subject) {
     subject.by_thread = rights == Rights::of_thread;
     subject.takes_long = length == Length::whole_hives;
-    return carrier_.carry(exchange, subject);
+    return carrier_.carry(exchange, subject, out_session);
   });
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "impl/client/client_service.h"
+#include "impl/client/told_value.h"
 #include "impl/wire/sealed_memory.h"
 
 namespace impl::client {
@@ -19,26 +20,6 @@ bool put(wire::Bytes text, Text_Room& room) {
   if (room.text != nullptr) std::copy_n(text.data(), text.size(), reinterpret_cast<unsigned char*>(room.text));
   return true;
 }
-
-// Whether data of this size is delivered: there is a buffer, and it has room.
-bool takes(const Value_Room& value, DWORD size) { return value.data != nullptr && size <= value.room; }
-
-// What the server gave of a value, in the message or in sealed memory. False when it is not what it says.
-bool copy_data(wire::Bytes data, wire::Memory memory, DWORD size, BYTE* out) {
-  if (memory.fd < 0) {
-    if (data.size() != size) return false;
-    std::copy(data.begin(), data.end(), out);
-    return true;
-  }
-  const wire::Sealed_Bytes sealed(memory.fd, size);
-  if (sealed.error() != 0 || sealed.bytes().size() != size) return false;
-  std::copy(sealed.bytes().begin(), sealed.bytes().end(), out);
-  return true;
-}
-
-bool is_told(DWORD code) { return code == ERROR_SUCCESS || code == ERROR_MORE_DATA; }
-
-wire::Number room_for(const Value_Room& value) { return value.data == nullptr ? 0 : value.room; }
 
 }  // namespace
 
@@ -93,19 +74,6 @@ DWORD Client_Service::enumerate_value(HKEY key, DWORD index, Text_Room* name, Va
   if (!is_told(code) || !is_apart) return code;
   const DWORD data_code = query_value(key, long_value, value);
   return data_code == ERROR_SUCCESS ? code : data_code;
-}
-
-DWORD Client_Service::query_value(HKEY key, std::u16string_view name, Value_Room& value) {
-  if (!fits_message(name)) return ERROR_FILE_NOT_FOUND;
-  const wire::Query_Value::Question question{0, wire::bytes_of(name), room_for(value)};
-  return read<wire::Query_Value>(key, KEY_QUERY_VALUE, question, [&](const auto& answer) -> DWORD {
-    if (!is_told(answer.code)) return answer.code;
-    value.type = answer.type;
-    value.size = answer.size;
-    if (value.data == nullptr) return ERROR_SUCCESS;
-    if (!takes(value, answer.size)) return ERROR_MORE_DATA;
-    return copy_data(answer.data, answer.memory, answer.size, value.data) ? ERROR_SUCCESS : wrong_answer;
-  });
 }
 
 DWORD Client_Service::set_value(HKEY key, std::u16string_view name, DWORD type, const BYTE* data, DWORD size) {

@@ -241,9 +241,11 @@ DWORD Sessions::begin(Session& session, Connection& connection, Deadline deadlin
     if (joins) question.session = session.id;
   }
   decltype(session.id) id{};
+  std::shared_ptr<const Change_View> changes;
   auto exchange = client::exchange<wire::Begin_Session>(question, [&](const auto& answer) -> DWORD {
     if (answer.code == ERROR_SUCCESS && answer.session.size() != id.size()) return wrong_answer;
     std::copy(answer.session.begin(), answer.session.end(), id.begin());
+    if (!joins) changes = Change_View::of(answer.page);
     return answer.code;
   });
   const auto left = std::max(std::chrono::duration_cast<milliseconds>(deadline - Clock::now()), milliseconds(1));
@@ -259,6 +261,7 @@ DWORD Sessions::begin(Session& session, Connection& connection, Deadline deadlin
     if (joins) end_locked(session, closed);
     return joins ? session_is_gone : code;
   }
+  if (!joins) session.changes = std::move(changes);
   session.id = id;
   session.has_begun = true;
   is_away_ = false;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "impl/client/caller.h"
+#include "impl/client/change_view.h"
 #include "impl/client/connection.h"
 #include "impl/wire/names.h"
 
@@ -25,6 +26,7 @@ struct Session {
 
   const Caller caller;
   std::array<unsigned char, wire::session_size> id{};
+  std::shared_ptr<const Change_View> changes;  // from its beginning on; null: the server has no such page
   bool has_begun = false;
   bool has_ended = false;
   unsigned made = 0;  // connections that take turns, those included that are being made

@@ -25,6 +25,7 @@ DWORD perform(Caller& caller, wire::Begin_Batch::Question&, wire::Begin_Batch::A
 
 DWORD perform(Caller& caller, wire::Commit_Batch::Question&, wire::Commit_Batch::Answer* out) {
   std::vector<hive::Batch_Result> results;
+  const Changes::All all(caller.core.changes());
   const DWORD code = code_of(caller.core.registry().commit_batch(&results));
   for (const hive::Batch_Result& result : results) {
     const auto* const file = reinterpret_cast<const unsigned char*>(result.file.data());

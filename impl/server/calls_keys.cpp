@@ -3,7 +3,7 @@
 
 #include "impl/inproc/access_mask.h"
 #include "impl/inproc/status_code.h"
-#include "impl/server/core.h"
+#include "impl/server/counted.h"
 #include "impl/server/held.h"
 #include "impl/server/perform.h"
 
@@ -37,8 +37,9 @@ DWORD check_may_create(Caller& caller, wire::Number handle, const hive::Key& at,
 }
 
 // Whether the peer may write the key at a path from a handle.
-DWORD check_may_write(Caller& caller, wire::Number handle, std::u16string_view path, hive::Key* out_at) {
-  hive::Key key;
+DWORD check_may_write(Caller& caller, wire::Number handle, std::u16string_view path, hive::Key* out_at,
+                      hive::Key* out_key) {
+  hive::Key& key = *out_key;
   Allowed allowed;
   DWORD code = held_key(caller, handle, 0, out_at);
   if (code != ERROR_SUCCESS) return code;
@@ -57,6 +58,7 @@ DWORD make(Caller& caller, const hive::Key& at, wire::Create_Key::Question& ques
   hive::Key key;
   bool is_created = false;
   const auto path = wire::text_of(question.path);
+  announce_change_below(caller, at);
   const hive::Status status = registry_of(caller).create(at, path, creation, &key, &is_created);
   if (status != hive::Status::ok) return code_of(status);
   if (const DWORD code = identity_of(caller, key, &out->id); code != ERROR_SUCCESS) return code;
@@ -129,17 +131,21 @@ DWORD perform(Caller& caller, wire::Close_Key::Question& question, wire::Close_K
 }
 
 DWORD perform(Caller& caller, wire::Delete_Key::Question& question, wire::Delete_Key::Answer*) {
-  hive::Key at;
+  hive::Key at, key;
   const auto path = wire::text_of(question.path);
-  const DWORD code = check_may_write(caller, question.key, path, &at);
-  return code == ERROR_SUCCESS ? code_of(registry_of(caller).remove(at, path)) : code;
+  const DWORD code = check_may_write(caller, question.key, path, &at, &key);
+  if (code != ERROR_SUCCESS) return code;
+  announce_change(caller, key);
+  return code_of(registry_of(caller).remove(at, path));
 }
 
 DWORD perform(Caller& caller, wire::Rename_Key::Question& question, wire::Rename_Key::Answer*) {
-  hive::Key at;
+  hive::Key at, key;
   const auto path = wire::text_of(question.path);
-  const DWORD code = check_may_write(caller, question.key, path, &at);
-  return code == ERROR_SUCCESS ? code_of(registry_of(caller).rename(at, path, wire::text_of(question.new_name))) : code;
+  const DWORD code = check_may_write(caller, question.key, path, &at, &key);
+  if (code != ERROR_SUCCESS) return code;
+  announce_change(caller, key);
+  return code_of(registry_of(caller).rename(at, path, wire::text_of(question.new_name)));
 }
 
 }  // namespace impl::server

@@ -2,7 +2,7 @@
 #include <winnt.h>
 
 #include "impl/inproc/status_code.h"
-#include "impl/server/core.h"
+#include "impl/server/counted.h"
 #include "impl/server/held.h"
 #include "impl/server/perform.h"
 
@@ -33,6 +33,7 @@ DWORD perform(Caller& caller, wire::Change_Rights::Question& question, wire::Cha
   const DWORD* const owner = (question.which & which_owner) != 0 ? &question.owner : nullptr;
   const DWORD* const group = (question.which & which_group) != 0 ? &question.group : nullptr;
   if (!may_change(caller.peer(), rights, mode, owner, group)) return ERROR_ACCESS_DENIED;
+  announce_change(caller, key);
   return code_of(caller.core.registry().set_rights(key, mode, owner, group));
 }
 

@@ -56,6 +56,7 @@ DWORD perform(Caller& caller, wire::Begin_Session::Question& question, wire::Beg
     if (session == nullptr || !session->peer.is_equal_of(caller.connection->peer())) return ERROR_ACCESS_DENIED;
   }
   out->session = caller.scratch.copy({session->id.data(), session->id.size()});
+  if (caller.connection->takes_descriptors()) out->page.fd = caller.core.changes().page_fd();
   caller.connection->set_session(std::move(session));
   return ERROR_SUCCESS;
 }

@@ -5,7 +5,7 @@
 
 #include "impl/inproc/status_code.h"
 #include "impl/registry_service.h"
-#include "impl/server/core.h"
+#include "impl/server/counted.h"
 #include "impl/server/held.h"
 #include "impl/server/perform.h"
 #include "impl/wire/sealed_memory.h"
@@ -44,6 +44,7 @@ DWORD write(Caller& caller, wire::Set_Value::Question& question, wire::Bytes dat
   hive::Key key;
   const DWORD code = held_key(caller, question.key, KEY_SET_VALUE, &key);
   if (code != ERROR_SUCCESS) return code;
+  announce_change(caller, key);
   return code_of(caller.core.registry().write_value(key, wire::text_of(question.name), question.type, data.data(),
                                                     static_cast<std::uint32_t>(data.size())));
 }
@@ -55,6 +56,7 @@ DWORD perform(Caller& caller, wire::Query_Value::Question& question, wire::Query
   DWORD code = held_key(caller, question.key, KEY_QUERY_VALUE, &key);
   if (code != ERROR_SUCCESS) return code;
   hive::Value_Out value{};
+  out->change = number_for(caller, key);
   const hive::Status status = read(caller, key, wire::text_of(question.name), question.room, &value);
   if (status != hive::Status::ok && status != hive::Status::more_data) return code_of(status);
   if (status == hive::Status::ok) code = put_data(caller, {value.data, value.size}, out);
@@ -75,6 +77,7 @@ DWORD perform(Caller& caller, wire::Delete_Value::Question& question, wire::Dele
   hive::Key key;
   const DWORD code = held_key(caller, question.key, KEY_SET_VALUE, &key);
   if (code != ERROR_SUCCESS) return code;
+  announce_change(caller, key);
   return code_of(caller.core.registry().remove_value(key, wire::text_of(question.name)));
 }
 
@@ -85,6 +88,7 @@ DWORD perform(Caller& caller, wire::Query_Info::Question& question, wire::Query_
   auto* const text = reinterpret_cast<char16_t*>(caller.scratch.room(max_class_room * sizeof(char16_t)));
   hive::Text_Out class_name{text, max_class_room, 0};
   hive::Key_Counts counts{};
+  const std::uint64_t change = number_for(caller, key);
   const hive::Status status = caller.core.registry().info(key, &class_name, &counts);
   if (status != hive::Status::ok) return code_of(status);
   out->class_name = wire::bytes_of({text, class_name.length});
@@ -95,6 +99,7 @@ DWORD perform(Caller& caller, wire::Query_Info::Question& question, wire::Query_
   out->max_value_name_length = counts.max_value_name_units;
   out->max_value_size = counts.max_value_size;
   out->last_write_time = counts.last_write_time;
+  out->change = change;
   return ERROR_SUCCESS;
 }
 

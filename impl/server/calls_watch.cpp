@@ -53,12 +53,4 @@ DWORD perform(Caller& caller, wire::Watch_Key::Question& question, wire::Watch_K
   return code_of(status);
 }
 
-// Nothing is kept by who asks this, as there is no page of change numbers: each may have changed.
-DWORD perform(Caller& caller, wire::Changed_Since::Question& question, wire::Changed_Since::Answer* out) {
-  unsigned char* const changed = caller.scratch.room(question.keys.size());
-  std::fill_n(changed, question.keys.size(), static_cast<unsigned char>(1));
-  out->changed = {changed, question.keys.size()};
-  return ERROR_SUCCESS;
-}
-
 }  // namespace impl::server

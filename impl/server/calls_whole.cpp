@@ -80,6 +80,7 @@ DWORD perform(Caller& caller, wire::Load_Key::Question& question, wire::Load_Key
                     const Passing_Folder folder(core.settings().data_folder);
                     if (!folder.is_made()) return code_of_errno(errno);
                     if (const int error = folder.put(hive_name, hive->bytes()); error != 0) return code_of_errno(error);
+                    const Changes::All all(core.changes());
                     return code_of(core.registry().load(at, path, folder.file(hive_name)));
                   });
 }
@@ -90,8 +91,11 @@ DWORD perform(Caller& caller, wire::Unload_Key::Question& question, wire::Unload
   if (code != ERROR_SUCCESS) return code;
   if (!is_administrator(caller.peer())) return ERROR_ACCESS_DENIED;
   return do_later(caller, out,
-                  [&registry = caller.core.registry(), at, path = std::u16string(wire::text_of(question.path))](
-                      wire::Unload_Key::Answer*, Scratch&) { return code_of(registry.unload(at, path)); });
+                  [&core = caller.core, at, path = std::u16string(wire::text_of(question.path))](
+                      wire::Unload_Key::Answer*, Scratch&) {
+                    const Changes::All all(core.changes());
+                    return code_of(core.registry().unload(at, path));
+                  });
 }
 
 DWORD perform(Caller& caller, wire::Backup::Question&, wire::Backup::Answer* out) {

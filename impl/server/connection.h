@@ -44,6 +44,9 @@ class Connection {
   void end();
   bool has_ended() const { return ended_; }
 
+  // Whether the client takes descriptors with answers.
+  bool takes_descriptors() const { return sd_bus_can_send(bus_, SD_BUS_TYPE_UNIX_FD) > 0; }
+
   const Peer& peer() const { return peer_; }
   Session* session() const { return session_.get(); }
   const std::shared_ptr<Session>& shared_session() const { return session_; }

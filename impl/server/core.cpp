@@ -27,6 +27,7 @@ Core::Core(hive::Registry& registry, Settings settings) : registry_(registry), s
 Core::~Core() { end(); }
 
 bool Core::open() {
+  changes_.open();
   ready_ = wire::Unique_Fd(epoll_create1(EPOLL_CLOEXEC));
   registry_.set_patience(no_time);
   return ready_ && mail_->open() && sd_id128_randomize(&id_) >= 0;
@@ -180,6 +181,7 @@ void Core::commit() {
   DWORD code = ERROR_SUCCESS;
   if (writes.size() == 1 || !write_together(writes, &code)) write_alone(writes);
   if (code != ERROR_SUCCESS) refuse(writes, code);
+  changes_.publish();
   for (Call& write : writes) {
     write.connection->has_write = false;
     conclude(write);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hive/registry.h"
+#include "impl/server/changes.h"
 #include "impl/server/client_batch.h"
 #include "impl/server/connection.h"
 #include "impl/server/dispatch.h"
@@ -62,6 +63,7 @@ class Core {
 
   // For calls.
   hive::Registry& registry() { return registry_; }
+  Changes& changes() { return changes_; }
   Worker& worker() { return worker_; }
   const Settings& settings() const { return settings_; }
   const std::shared_ptr<Mail>& shared_mail() { return mail_; }
@@ -126,6 +128,7 @@ class Core {
 
   hive::Registry& registry_;
   const Settings settings_;
+  Changes changes_{registry_};
   const std::shared_ptr<Mail> mail_ = std::make_shared<Mail>();
   wire::Unique_Fd ready_;
   sd_id128_t id_{};

@@ -41,6 +41,7 @@ Server::Server(hive::Registry& registry, const Regss_Options& options)
 Server::~Server() {
   for (sd_event_source* const listener : listeners_) sd_event_source_unref(listener);
   sd_event_source_unref(silence_);
+  sd_event_source_unref(look_);
   sd_event_source_unref(waiting_);
   sd_event_source_unref(idle_);
   sd_event_unref(event_);
@@ -101,7 +102,7 @@ bool Server::set_timers() {
     if (result < 0) errno = -result;
     return result >= 0 && sd_event_source_set_enabled(*timer, SD_EVENT_OFF) >= 0;
   };
-  return add(&silence_, &on_silence) && add(&waiting_, &on_waiting) &&
+  return add(&silence_, &on_silence) && add(&look_, &on_look) && add(&waiting_, &on_waiting) &&
          (options_.idle_seconds == 0 || add(&idle_, &on_idle));
 }
 
@@ -135,6 +136,14 @@ void Server::look_again_in(std::uint64_t microseconds) {
   sd_event_source_set_enabled(silence_, SD_EVENT_ONESHOT);
 }
 
+void Server::look_around_soon() {
+  int enabled = SD_EVENT_OFF;
+  sd_event_source_get_enabled(look_, &enabled);
+  if (enabled != SD_EVENT_OFF || core_.connection_count() == 0) return;
+  sd_event_source_set_time_relative(look_, second);
+  sd_event_source_set_enabled(look_, SD_EVENT_ONESHOT);
+}
+
 // Without descriptors those who come wait a moment.
 int Server::on_client(sd_event_source*, int socket, std::uint32_t, void* server) {
   auto& self = *static_cast<Server*>(server);
@@ -148,6 +157,7 @@ int Server::on_client(sd_event_source*, int socket, std::uint32_t, void* server)
     self.core_.admit(std::move(client));
   }
   set_time(self.silence_, between_looks);
+  self.look_around_soon();
   self.after_round();
   return 0;
 }
@@ -182,6 +192,13 @@ int Server::on_silence(sd_event_source*, std::uint64_t, void* server) {
   self.set_listening(true);
   if (self.core_.end_silent_connections()) self.look_again_in(between_looks);
   self.after_round();
+  return 0;
+}
+
+int Server::on_look(sd_event_source*, std::uint64_t, void* server) {
+  auto& self = *static_cast<Server*>(server);
+  self.core_.changes().look_around();
+  self.look_around_soon();
   return 0;
 }
 

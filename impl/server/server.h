@@ -27,6 +27,7 @@ class Server {
   void set_listening(bool on);
   static void set_time(sd_event_source* timer, std::uint64_t microseconds);
   void look_again_in(std::uint64_t microseconds);
+  void look_around_soon();
   void say(const char* what, int error);
   void after_round();
 
@@ -36,6 +37,7 @@ class Server {
   static int on_stop(sd_event_source*, int, std::uint32_t, void* server);
   static int on_waiting(sd_event_source*, std::uint64_t, void* server);
   static int on_silence(sd_event_source*, std::uint64_t, void* server);
+  static int on_look(sd_event_source*, std::uint64_t, void* server);
   static int on_idle(sd_event_source*, std::uint64_t, void* server);
 
   const Regss_Options options_;
@@ -43,6 +45,7 @@ class Server {
   sd_event* event_ = nullptr;
   std::vector<sd_event_source*> listeners_;
   sd_event_source* silence_ = nullptr;  // looks for clients that begin no session; off while there is none
+  sd_event_source* look_ = nullptr;     // looks whether others write the hives; off while there is no client
   sd_event_source* waiting_ = nullptr;  // on while a question waits for a hive
   sd_event_source* idle_ = nullptr;     // on while there is no client; null when the server never ends by itself
   bool is_idle_ = false;

@@ -21,6 +21,7 @@ inline constexpr std::uint32_t protocol_version = 1;
 
 inline constexpr std::size_t max_inline_data = 1 << 20;  // bytes; above, a sealed memory file
 inline constexpr std::size_t max_message = 4 << 20;      // bytes of a message's fields together
+inline constexpr std::size_t max_listing = 256 * 1024;   // bytes of a list from which on it is not gone on with
 inline constexpr std::size_t max_handles = 100'000;      // for each session
 inline constexpr std::size_t max_calls_under_way = 64;   // for each connection
 inline constexpr std::size_t max_watches = 10'000;       // for each session

@@ -49,11 +49,11 @@ struct Answered {
 class Client {
  public:
   // A connection without a session.
-  explicit Client(wire::Unique_Fd socket) {
+  explicit Client(wire::Unique_Fd socket, bool takes_descriptors = true) {
     if (!socket || sd_bus_new(&bus_) < 0) return;
     const int fd = socket.release();
     sd_bus_set_fd(bus_, fd, fd);
-    sd_bus_negotiate_fds(bus_, 1);
+    sd_bus_negotiate_fds(bus_, takes_descriptors ? 1 : 0);
     sd_bus_start(bus_);
   }
   explicit Client(const Address& address) : Client(connect_to(address)) {}
