@@ -24,13 +24,14 @@ TEST_F(Import, KeepsAllOfAFile) {
       import("[HKEY_CURRENT_USER\\All\\One]\r\n\"a\"=\"1\"\r\n[HKEY_CURRENT_USER\\All\\Two]\r\n\"b\"=dword:2\r\n");
   EXPECT_EQ(result.exit_status, 0) << result.err;
   EXPECT_EQ(run({"query", "HKCU\\All", "/s"}).out,
+            "\nHKEY_CURRENT_USER\\All\n"
             "\nHKEY_CURRENT_USER\\All\\One\n    a    REG_SZ    1\n"
             "\nHKEY_CURRENT_USER\\All\\Two\n    b    REG_DWORD    0x2\n");
 }
 
 TEST_F(Import, ThatTheRegistryRefusesInTheMiddleChangesNothing) {
-  std::string too_deep = "[HKEY_CURRENT_USER";
-  for (int i = 0; i < 600; ++i) too_deep += "\\k";
+  std::string too_deep = "[HKEY_CLASSES_ROOT";  // two keys deep itself
+  for (int i = 0; i < 511; ++i) too_deep += "\\k";
   const kvtest::Child_Result result = import("[HKEY_CURRENT_USER\\Nothing\\One]\r\n\"a\"=\"1\"\r\n" + too_deep +
                                              "]\r\n[HKEY_CURRENT_USER\\Nothing\\Two]\r\n");
   EXPECT_EQ(result.exit_status, 1);
