@@ -5,6 +5,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 
 namespace regss {
@@ -21,7 +22,9 @@ sigset_t met_signals() {
 
 void raise_event(int event) {
   const std::uint64_t one = 1;
-  [[maybe_unused]] const ssize_t size = write(event, &one, sizeof one);
+  // Whoever waits for it waits for ever when it is lost.
+  while (write(event, &one, sizeof one) != sizeof one && errno != EAGAIN && errno != EBADF) {
+  }
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 // answered: a line "<step> <code>" for each call. It asks for no memory of its own while calls fail. "see" tells
 // afterwards what is there.
 //
-//   faults_scenario start|values|save|backup|log|see [FOLDER]
+//   faults_scenario start|values|save|backup|log|see|shut-down [FOLDER]
 #include <kelvane/log.h>
 #include <kelvane/registry_admin.h>
 #include <windows.h>
@@ -123,6 +123,7 @@ int main(int, char** argv) {
   if (strcmp(scenario, "backup") == 0) backup(argv[2]);
   if (strcmp(scenario, "log") == 0) log_records();
   if (strcmp(scenario, "see") == 0) see();
+  if (strcmp(scenario, "shut-down") == 0) return RegShutDown();
   fail_calls(1);  // also while the process closes the registry
   return 0;
 }
