@@ -10,6 +10,12 @@
 namespace kvtest {
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool is_memory_told = false;  // the sanitizer keeps what was given back
+#else
+constexpr bool is_memory_told = true;
+#endif
+
 struct Level {
   long memory = 0;  // KiB
   long descriptors = 0;
@@ -62,7 +68,9 @@ TEST(Mixed_Load, AnswersAreThoseOfTheModelAndNothingGrows) {
     const Level& early = each.levels.front();
     const Level& late = each.levels.back();
     EXPECT_LE(late.descriptors, early.descriptors + few) << each.text;
-    EXPECT_LE(late.memory, early.memory + some_memory) << each.text;
+    if (is_memory_told) {
+      EXPECT_LE(late.memory, early.memory + some_memory) << each.text;
+    }
     EXPECT_LE(late.files, early.files + early.files / 4 + some_bytes) << each.text;
     std::printf("%s", each.text.c_str());
   }
