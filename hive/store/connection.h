@@ -67,6 +67,8 @@ class Connection {
   // Opened in this process, and every descriptor is what it was. A private hive always is: a forked process
   // has a copy of it.
   bool intact() const;
+  // The same within a transaction, without asking whether the files still have their names.
+  bool still_holds() const;
   // Nothing of it is touched any more, whatever its descriptors are.
   void distrust() { is_distrusted_ = true; }
   const Descriptors& descriptors() const { return descriptors_; }

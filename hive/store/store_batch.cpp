@@ -54,7 +54,7 @@ class Store::Operation {
 Status Store::run_within(const std::shared_ptr<Batch_Part>& part, Transaction_Body body, Findings& findings) {
   std::lock_guard lock(mutex_);
   if (batch_ != part) return Status::batch_lost;
-  if (!connection_->intact()) {
+  if (!connection_->still_holds()) {
     close();
     return Status::batch_lost;
   }

@@ -2,13 +2,19 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 namespace hive {
@@ -21,6 +27,15 @@ thread_local Descriptors* recorder = nullptr;
 thread_local bool abandoning = false;
 thread_local int system_error = 0;
 thread_local bool log_was_taken_over = false;
+
+// The head of a frame, which waits for its page.
+constexpr size_t size_of_frame_head = 24;
+struct Frame_Head {
+  int fd = -1;  // none
+  off_t place = 0;
+  std::array<unsigned char, size_of_frame_head> bytes{};
+};
+thread_local Frame_Head frame_head;
 
 // SQLite's own functions, as they were before ours were put in front of them.
 struct System_Calls {
@@ -50,7 +65,7 @@ Result noting_failure(Result result) {
 int open_above_standard(const char* path, int flags, int mode) {
   if (abandoning) return -1;
   int fd = noting_failure(above_standard(real.open(path, flags | O_CLOEXEC, mode)));
-  if (fd >= 0 && recorder != nullptr) recorder->opened(fd);
+  if (fd >= 0 && recorder != nullptr) recorder->opened(fd, path);
   return fd;
 }
 
@@ -81,9 +96,31 @@ ssize_t write_file(int fd, const void* data, size_t size) {
   return abandoning ? static_cast<ssize_t>(size) : noting_failure(real.write(fd, data, size));
 }
 
+bool hold_frame_head(int fd, const void* data, size_t size, off_t place) {
+  if (size != size_of_frame_head || recorder == nullptr || !recorder->is_log(fd)) return false;
+  frame_head.fd = fd;
+  frame_head.place = place;
+  std::memcpy(frame_head.bytes.data(), data, size);
+  return true;
+}
+
+// What of the page was written; a head alone is no frame.
+ssize_t write_frame(const void* page, size_t size) {
+  const std::array<iovec, 2> parts{iovec{frame_head.bytes.data(), size_of_frame_head},
+                                   iovec{const_cast<void*>(page), size}};
+  const ssize_t written = pwritev(std::exchange(frame_head.fd, -1), parts.data(), parts.size(), frame_head.place);
+  return written < 0 ? written : std::max<ssize_t>(written - ssize_t{size_of_frame_head}, 0);
+}
+
+// SQLite has been told already that it is written, so its page must follow it at once.
 template <ssize_t (*System_Calls::*call)(int, const void*, size_t, off_t)>
 ssize_t write_at(int fd, const void* data, size_t size, off_t place) {
-  return abandoning ? static_cast<ssize_t>(size) : noting_failure((real.*call)(fd, data, size, place));
+  if (abandoning) return static_cast<ssize_t>(size);
+  const bool is_page_of_frame = frame_head.fd == fd && place == frame_head.place + off_t{size_of_frame_head};
+  if (is_page_of_frame) return noting_failure(write_frame(data, size));
+  frame_head.fd = -1;
+  if (hold_frame_head(fd, data, size, place)) return static_cast<ssize_t>(size);
+  return noting_failure((real.*call)(fd, data, size, place));
 }
 
 int allocate(int fd, off_t place, off_t size) {
@@ -133,11 +170,31 @@ bool still_there(const Descriptor& descriptor) {
   return fstat(descriptor.fd, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == descriptor.file;
 }
 
+// Puts the offset where that of no other file is. -1 where the file system has no such place.
+off_t mark(int fd) {
+  constexpr off_t first = off_t{1} << 40;
+  constexpr int bits_of_count = 20;
+  static std::atomic<std::uint32_t> count{0};
+  static const auto of_process = [] {
+    std::uint16_t number = 0;
+    [[maybe_unused]] const ssize_t size = getrandom(&number, sizeof number, GRND_NONBLOCK);
+    return off_t{number} << bits_of_count;
+  }();
+  const off_t place = first + of_process + ++count % (1u << bits_of_count);
+  return lseek(fd, place, SEEK_SET) == place ? place : -1;
+}
+
+bool stands_at_mark(const Descriptor& descriptor) {
+  return descriptor.mark < 0 ? still_there(descriptor) : lseek(descriptor.fd, 0, SEEK_CUR) == descriptor.mark;
+}
+
 }  // namespace
 
-void Descriptors::opened(int fd) {
+void Descriptors::opened(int fd, const char* path) {
   struct stat file;
-  if (fstat(fd, &file) == 0) list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink});
+  if (fstat(fd, &file) != 0) return;
+  const bool is_log = std::string_view(path).ends_with("-wal");
+  list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink, is_log, mark(fd)});
 }
 
 void Descriptors::closed(int fd) {
@@ -150,6 +207,13 @@ bool Descriptors::intact() const {
     return fstat(descriptor.fd, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == descriptor.file &&
            now.st_nlink == descriptor.links;
   });
+}
+
+bool Descriptors::are_ours() const { return std::all_of(list_.begin(), list_.end(), &stands_at_mark); }
+
+bool Descriptors::is_log(int fd) const {
+  return std::any_of(list_.begin(), list_.end(),
+                     [fd](const Descriptor& descriptor) { return descriptor.fd == fd && descriptor.is_log; });
 }
 
 void Descriptors::close_own() {
@@ -166,7 +230,10 @@ bool Descriptors::sync() const {
 
 Recording::Recording(Descriptors& descriptors) : before_(recorder) { recorder = &descriptors; }
 
-Recording::~Recording() { recorder = before_; }
+Recording::~Recording() {
+  recorder = before_;
+  frame_head.fd = -1;
+}
 
 Abandoning::Abandoning() { abandoning = true; }
 
