@@ -54,18 +54,18 @@ class Store::Operation {
 Status Store::run_within(const std::shared_ptr<Batch_Part>& part, Transaction_Body body, Findings& findings) {
   std::lock_guard lock(mutex_);
   if (batch_ != part) return Status::batch_lost;
-  if (!connection_->still_holds()) {
-    close();
-    return Status::batch_lost;
-  }
-  Connection::Use use(*connection_);
-  connection_->clear_failure();
   Status status = Status::ok;
   {
+    Connection::Use use(*connection_, Recording::of_unknown_descriptors);
+    connection_->clear_failure();
     Operation operation(*this);
     status = body(*connection_);
     operation.ended(status);
     status = connection_->failed_or(status);
+  }
+  if (connection_->failure().code != 0 && !connection_->still_holds()) {
+    close();
+    return Status::batch_lost;
   }
   return finish_run(status, findings);
 }

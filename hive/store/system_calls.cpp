@@ -56,6 +56,13 @@ struct System_Calls {
 };
 System_Calls real;
 
+// Whether the descriptor may be used; errno when not.
+bool may_touch(int fd) {
+  if (recorder == nullptr || recorder->is_ours(fd)) return true;
+  errno = EBADF;
+  return false;
+}
+
 template <typename Result>
 Result noting_failure(Result result) {
   if (result < 0) system_error = errno;
@@ -80,20 +87,29 @@ int control(int fd, int command, ...) {
   va_start(arguments, command);
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
-  return abandoning ? 0 : real.fcntl(fd, command, argument);
+  if (abandoning) return 0;
+  return may_touch(fd) ? real.fcntl(fd, command, argument) : -1;
 }
 
-int truncate(int fd, off_t size) { return abandoning ? 0 : noting_failure(real.ftruncate(fd, size)); }
+int truncate(int fd, off_t size) {
+  if (abandoning) return 0;
+  return noting_failure(may_touch(fd) ? real.ftruncate(fd, size) : -1);
+}
 
-ssize_t read_file(int fd, void* data, size_t size) { return abandoning ? 0 : real.read(fd, data, size); }
+ssize_t read_file(int fd, void* data, size_t size) {
+  if (abandoning) return 0;
+  return may_touch(fd) ? real.read(fd, data, size) : -1;
+}
 
 template <ssize_t (*System_Calls::*call)(int, void*, size_t, off_t)>
 ssize_t read_at(int fd, void* data, size_t size, off_t place) {
-  return abandoning ? 0 : (real.*call)(fd, data, size, place);
+  if (abandoning) return 0;
+  return may_touch(fd) ? (real.*call)(fd, data, size, place) : -1;
 }
 
 ssize_t write_file(int fd, const void* data, size_t size) {
-  return abandoning ? static_cast<ssize_t>(size) : noting_failure(real.write(fd, data, size));
+  if (abandoning) return static_cast<ssize_t>(size);
+  return noting_failure(may_touch(fd) ? real.write(fd, data, size) : -1);
 }
 
 bool hold_frame_head(int fd, const void* data, size_t size, off_t place) {
@@ -116,6 +132,7 @@ ssize_t write_frame(const void* page, size_t size) {
 template <ssize_t (*System_Calls::*call)(int, const void*, size_t, off_t)>
 ssize_t write_at(int fd, const void* data, size_t size, off_t place) {
   if (abandoning) return static_cast<ssize_t>(size);
+  if (!may_touch(fd)) return noting_failure(ssize_t{-1});
   const bool is_page_of_frame = frame_head.fd == fd && place == frame_head.place + off_t{size_of_frame_head};
   if (is_page_of_frame) return noting_failure(write_frame(data, size));
   frame_head.fd = -1;
@@ -124,7 +141,8 @@ ssize_t write_at(int fd, const void* data, size_t size, off_t place) {
 }
 
 int allocate(int fd, off_t place, off_t size) {
-  return abandoning ? 0 : noting_failure(real.fallocate(fd, place, size));
+  if (abandoning) return 0;
+  return noting_failure(may_touch(fd) ? real.fallocate(fd, place, size) : -1);
 }
 
 int change_mode(int fd, mode_t mode) { return abandoning ? 0 : real.fchmod(fd, mode); }
@@ -194,7 +212,7 @@ void Descriptors::opened(int fd, const char* path) {
   struct stat file;
   if (fstat(fd, &file) != 0) return;
   const bool is_log = std::string_view(path).ends_with("-wal");
-  list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink, is_log, mark(fd)});
+  list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink, is_log, true, mark(fd)});
 }
 
 void Descriptors::closed(int fd) {
@@ -210,6 +228,17 @@ bool Descriptors::intact() const {
 }
 
 bool Descriptors::are_ours() const { return std::all_of(list_.begin(), list_.end(), &stands_at_mark); }
+
+bool Descriptors::is_ours(int fd) {
+  const auto found = std::find_if(list_.begin(), list_.end(), [fd](const Descriptor& each) { return each.fd == fd; });
+  if (found == list_.end()) return true;
+  found->is_known = found->is_known || stands_at_mark(*found);
+  return found->is_known;
+}
+
+void Descriptors::set_known(bool known) {
+  for (Descriptor& descriptor : list_) descriptor.is_known = known;
+}
 
 bool Descriptors::is_log(int fd) const {
   return std::any_of(list_.begin(), list_.end(),
@@ -228,7 +257,10 @@ bool Descriptors::sync() const {
                      [](const Descriptor& descriptor) { return fdatasync(descriptor.fd) == 0; });
 }
 
-Recording::Recording(Descriptors& descriptors) : before_(recorder) { recorder = &descriptors; }
+Recording::Recording(Descriptors& descriptors, Kind kind) : before_(recorder) {
+  descriptors.set_known(kind == of_known_descriptors);
+  recorder = &descriptors;
+}
 
 Recording::~Recording() {
   recorder = before_;

@@ -29,7 +29,8 @@ struct Descriptor {
   File_Identity file;
   nlink_t links;
   bool is_log;
-  off_t mark;  // where its file offset stands, which SQLite has no use for and no other descriptor shares; or -1
+  bool is_known;  // to be ours, as long as it is recorded
+  off_t mark;     // where its file offset stands, which SQLite has no use for and no other descriptor shares; or -1
 };
 
 // The descriptors that a connection has open.
@@ -41,6 +42,9 @@ class Descriptors {
   bool intact() const;
   // True when none was closed and its number given to another file; says nothing of names.
   bool are_ours() const;
+  // The same for one of them, once after each forgetting.
+  bool is_ours(int fd);
+  void set_known(bool known);
   bool is_log(int fd) const;
   // Closes those that are still the files they were; for a connection that was abandoned.
   void close_own();
@@ -54,7 +58,11 @@ class Descriptors {
 
 class Recording {
  public:
-  explicit Recording(Descriptors& descriptors);
+  enum Kind {
+    of_known_descriptors,    // each is known to be ours
+    of_unknown_descriptors,  // each is asked before its first use; what is another file by now is not touched
+  };
+  Recording(Descriptors& descriptors, Kind kind);
   ~Recording();
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
