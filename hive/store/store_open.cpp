@@ -39,7 +39,7 @@ bool writable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str()
 
 // A connection that is there and can be trusted; for writing one that may write.
 Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings) {
-  if (connection_ != nullptr && !connection_->intact()) close();
+  if (connection_ != nullptr && !is_connection_good(findings)) close();
   if (connection_ != nullptr && access == Access::write && connection_->read_only()) close();
   if (connection_ == nullptr) {
     Status status = open(traits, findings);
@@ -55,6 +55,14 @@ Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings
   if (access != Access::write || !connection_->read_only()) return Status::ok;
   if (connection_->mode() == Connection::Mode::immutable) close();
   return Status::denied;
+}
+
+// Where nobody shares memory the folder may be one that others see later.
+bool Store::is_connection_good(Findings& findings) const {
+  if (findings.names == Names::known) return connection_->still_holds();
+  if (!connection_->intact()) return false;
+  if (connection_->mode() == Connection::Mode::shared) findings.names = Names::right;
+  return true;
 }
 
 Status Store::open(const Hive_Traits& traits, Findings& findings) {
