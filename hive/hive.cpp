@@ -107,7 +107,7 @@ Status Hive::try_to_join(Batch& batch, Back_Off& back_off, Store** out, Findings
   if (status != Status::ok) return status;
   std::shared_ptr<Batch_Part> part = batch.part_of(*out);
   if (part == nullptr) {
-    auto turn = std::make_unique<Writer_Queue::Turn>((*out)->queue(), back_off);
+    auto turn = std::make_unique<Writer_Queue::Turn>((*out)->queue(), back_off, Writer_Queue::Turn::of_batch);
     status = (*out)->join(std::move(turn), traits_, &part, findings);
   }
   if (status == Status::ok) batch.add(shared_from_this(), *out, std::move(part));
@@ -149,7 +149,7 @@ Status Hive::attempt(Access access, Transaction_Body body, Back_Off& back_off, F
     if (found != Status::ok) return found;
   }
   std::optional<Writer_Queue::Turn> turn;
-  if (access == Access::write) turn.emplace(store->queue(), back_off);
+  if (access == Access::write) turn.emplace(store->queue(), back_off, Writer_Queue::Turn::of_operation);
   const Status status = store->run(access, traits_, body, findings);
   if (findings.names == Names::right) remember_names(look, store);
   return status;

@@ -26,7 +26,6 @@ Status Store::join(std::unique_ptr<Writer_Queue::Turn> turn, const Hive_Traits& 
   connection_->begin_batch(part);
   batch_ = part;
   batch_turn_ = std::move(turn);
-  batch_turn_->be_long();
   *out = std::move(part);
   return Status::ok;
 }

@@ -36,6 +36,7 @@ struct Frame_Head {
   std::array<unsigned char, size_of_frame_head> bytes{};
 };
 thread_local Frame_Head frame_head;
+thread_local off_t last_read = -1;  // where, before the next write
 
 // SQLite's own functions, as they were before ours were put in front of them.
 struct System_Calls {
@@ -101,10 +102,18 @@ ssize_t read_file(int fd, void* data, size_t size) {
   return may_touch(fd) ? real.read(fd, data, size) : -1;
 }
 
+// SQLite has been told that it is written. False: it could not be.
+bool write_held_head() {
+  if (frame_head.fd < 0) return true;
+  const int fd = std::exchange(frame_head.fd, -1);
+  return pwrite(fd, frame_head.bytes.data(), size_of_frame_head, frame_head.place) == ssize_t{size_of_frame_head};
+}
+
 template <ssize_t (*System_Calls::*call)(int, void*, size_t, off_t)>
 ssize_t read_at(int fd, void* data, size_t size, off_t place) {
   if (abandoning) return 0;
-  return may_touch(fd) ? (real.*call)(fd, data, size, place) : -1;
+  last_read = place;
+  return may_touch(fd) && write_held_head() ? (real.*call)(fd, data, size, place) : -1;
 }
 
 ssize_t write_file(int fd, const void* data, size_t size) {
@@ -112,8 +121,10 @@ ssize_t write_file(int fd, const void* data, size_t size) {
   return noting_failure(may_touch(fd) ? real.write(fd, data, size) : -1);
 }
 
+// Only before its page comes: who sums up frames anew reads each and writes its head alone.
 bool hold_frame_head(int fd, const void* data, size_t size, off_t place) {
-  if (size != size_of_frame_head || recorder == nullptr || !recorder->is_log(fd)) return false;
+  const bool is_written_alone = std::exchange(last_read, -1) == place;
+  if (size != size_of_frame_head || is_written_alone || recorder == nullptr || !recorder->is_log(fd)) return false;
   frame_head.fd = fd;
   frame_head.place = place;
   std::memcpy(frame_head.bytes.data(), data, size);
@@ -128,14 +139,13 @@ ssize_t write_frame(const void* page, size_t size) {
   return written < 0 ? written : std::max<ssize_t>(written - ssize_t{size_of_frame_head}, 0);
 }
 
-// SQLite has been told already that it is written, so its page must follow it at once.
 template <ssize_t (*System_Calls::*call)(int, const void*, size_t, off_t)>
 ssize_t write_at(int fd, const void* data, size_t size, off_t place) {
   if (abandoning) return static_cast<ssize_t>(size);
   if (!may_touch(fd)) return noting_failure(ssize_t{-1});
   const bool is_page_of_frame = frame_head.fd == fd && place == frame_head.place + off_t{size_of_frame_head};
   if (is_page_of_frame) return noting_failure(write_frame(data, size));
-  frame_head.fd = -1;
+  if (!write_held_head()) return noting_failure(ssize_t{-1});
   if (hold_frame_head(fd, data, size, place)) return static_cast<ssize_t>(size);
   return noting_failure((real.*call)(fd, data, size, place));
 }
@@ -262,10 +272,7 @@ Recording::Recording(Descriptors& descriptors, Kind kind) : before_(recorder) {
   recorder = &descriptors;
 }
 
-Recording::~Recording() {
-  recorder = before_;
-  frame_head.fd = -1;
-}
+Recording::~Recording() { recorder = before_; }
 
 Abandoning::Abandoning() { abandoning = true; }
 
