@@ -122,11 +122,17 @@ Status Store::open_shared(const File_Look& look, const Hive_Traits& traits, Find
   status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  if (look.empty && connection_->read_only()) {
+  // Who was killed while making it has left what is undone now, by our first look through SQLite.
+  const bool empty = look.empty || (!look.has_log && is_empty(*connection_));
+  if (connection_->status() != Status::ok) {
+    findings.reason = text_of(connection_->failure());
+    return connection_->status();
+  }
+  if (empty && connection_->read_only()) {
     findings.reason = "an empty file that may not be written";
     return Status::denied;
   }
-  if (look.empty) status = make_hive(*connection_, traits.root_mode);
+  if (empty) status = make_hive(*connection_, traits.root_mode);
   // A log survives a power loss with less than a journal does.
   if (status == Status::ok && !look.shares_memory) status = connection_->run_text("PRAGMA synchronous = FULL");
   bool may_have_log = look.shares_memory && !connection_->read_only();
