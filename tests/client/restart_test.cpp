@@ -63,7 +63,7 @@ TEST_F(Restarts, AnotherKeyOfTheSameNameIsNotTakenForTheOneThatWasOpen) {
 }
 
 TEST_F(Restarts, WritersGoOnByThemselvesAndNothingThatWasDoneIsLost) {
-  constexpr int writers = 4;
+  constexpr int writers = 8;
   std::atomic<bool> stop = false;
   std::atomic<int> rounds = 0, failed = 0;
   std::vector<int> done(writers, 0);
