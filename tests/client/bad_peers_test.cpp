@@ -226,6 +226,15 @@ TEST_F(Bad_Peers, ASessionThatCannotBeBegunIsToldAsItIs) {
   Scripted_Peer peer(folder.path(), [](sd_bus_message*) { return say_nothing; });
   peer.on_begin = [](sd_bus_message* question) { return reply_with(question, wire::Begin_Session::Answer{5, {}, {}}); };
   EXPECT_EQ(query(service_of(peer)).code, 5u);
+  const std::string long_name(4096, 's');
+  peer.on_begin = [&](sd_bus_message* question) {
+    return reply_with(question, wire::Begin_Session::Answer{5, bytes(long_name), {}});
+  };
+  EXPECT_EQ(query(service_of(peer)).code, 5u);
+  peer.on_begin = [&](sd_bus_message* question) {
+    return reply_with(question, wire::Begin_Session::Answer{0, bytes(long_name), {}});
+  };
+  EXPECT_EQ(query(service_of(peer)).code, 1722u);
   peer.on_begin = [](sd_bus_message* question) { return reply_with(question, wire::Begin_Session::Answer{}); };
   EXPECT_EQ(query(service_of(peer)).code, 1722u);
   peer.on_begin = [](sd_bus_message* question) {
