@@ -132,7 +132,7 @@ Status create_child(Connection& connection, std::int64_t* key, std::u16string_vi
                 file_time_now(),
                 creation.mode.value_or(parent.mode),
                 creation.owner.value_or(parent.owner),
-                parent.group,
+                creation.group.value_or(parent.group),
                 is_last && creation.is_link ? key_flag_link : 0,
                 creation.is_volatile};
   std::int64_t number = insert_key(connection, child);
