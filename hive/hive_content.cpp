@@ -28,4 +28,8 @@ Status fill_machine(Connection& connection, Findings&) {
   return set_meta(connection, "fresh", 0);
 }
 
+bool users_are_incomplete(Connection& connection) { return meta_number(connection, "fresh") != 0; }
+
+Status fill_users(Connection& connection, Findings&) { return set_meta(connection, "fresh", 0); }
+
 }  // namespace hive

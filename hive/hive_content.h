@@ -1,5 +1,5 @@
-// What the machine's hive starts with: it has the roots of HKEY_USERS too. Everything here works inside a
-// transaction of its caller.
+// What the machine's hive starts with: it has the roots of HKEY_USERS too. The hive of all users of a machine starts
+// empty. Everything here works inside a transaction of its caller.
 #pragma once
 
 #include "hive/store/store.h"
@@ -8,5 +8,8 @@ namespace hive {
 
 bool machine_is_incomplete(Connection& connection);
 Status fill_machine(Connection& connection, Findings& findings);
+
+bool users_are_incomplete(Connection& connection);
+Status fill_users(Connection& connection, Findings& findings);
 
 }  // namespace hive

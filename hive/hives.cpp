@@ -101,7 +101,7 @@ std::shared_ptr<Hive> Hives::make_user() {
 }
 
 std::shared_ptr<Hive> Hives::make_users() {
-  Hive_Traits traits{owner_reads_and_writes, owner_changes_others_read, false, nullptr, nullptr};
+  Hive_Traits traits{owner_reads_and_writes, owner_changes_others_read, false, &users_are_incomplete, &fill_users};
   return std::make_shared<Hive>(locations_->users_hive(), std::move(traits), complain_);
 }
 

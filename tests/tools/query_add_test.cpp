@@ -85,6 +85,7 @@ TEST_F(Kvreg, NamesTheKeyTheReasonAndTheCode) {
 }
 
 TEST_F(Kvreg, NamesTheHivesFileWhenItIsTheReason) {
+  if (Test_Registry::mode() == '0') GTEST_SKIP() << "a server of the machine has made its hive before a test could";
   write(machine_file(), "this is text and no hive, whatever its name says");
   const kvtest::Child_Result result = run({"query", "HKLM\\Software"});
   EXPECT_EQ(result.exit_status, 1);
