@@ -20,6 +20,11 @@ TEST_F(Kvreg, ListsEveryVerb) {
   EXPECT_EQ(bare.out, help);
 }
 
+TEST_F(Kvreg, HelpsWithAVerbThatIsNamedBehindHelp) {
+  EXPECT_EQ(out({"help", "query"}), out({"query", "--help"}));
+  EXPECT_EQ(complaint({"help", "nix"}), "kvreg: \"nix\" is no verb; \"kvreg --help\" lists them\n");
+}
+
 TEST_F(Kvreg, HasTwoExamplesInTheHelpOfEachVerb) {
   for (const std::string& verb : verbs) {
     const std::string help = out({verb, "--help"});
@@ -33,8 +38,7 @@ TEST_F(Kvreg, HasTwoExamplesInTheHelpOfEachVerb) {
 
 TEST_F(Kvreg, RefusesWhatIsNoVerbOrNoSwitch) {
   EXPECT_EQ(complaint({"frobnicate"}), "kvreg: \"frobnicate\" is no verb; \"kvreg --help\" lists them\n");
-  EXPECT_EQ(complaint({"query", "HKCU", "/nix"}),
-            "kvreg query: The following argument was not expected: /nix\nSee \"kvreg query --help\".\n");
+  EXPECT_EQ(complaint({"query", "HKCU", "/nix"}), "kvreg query: not expected: /nix\nSee \"kvreg query --help\".\n");
   EXPECT_EQ(complaint({"query"}), "kvreg query: KEY is required\nSee \"kvreg query --help\".\n");
 }
 

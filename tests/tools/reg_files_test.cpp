@@ -163,6 +163,15 @@ TEST_F(Reg_Files, ThatAreNotThereAreNamed) {
             "kvreg export: cannot make " + file("nix/a.reg") + ": No such file or directory\n");
 }
 
+TEST_F(Reg_Files, AreNotMistakenForHives) {
+  add("HKCU\\S", "a", "1");
+  EXPECT_EQ(out({"save", "HKCU\\S", file("s.hive")}), done);
+  EXPECT_EQ(complaint({"import", file("s.hive")}),
+            "kvreg import: " + file("s.hive") + " is a hive, no .reg file; kvreg load makes it a key\n");
+  EXPECT_EQ(complaint({"diff", file("s.hive"), "HKCU\\S"}),
+            "kvreg diff: " + file("s.hive") + " is a hive, no .reg file; kvreg load makes it a key\n");
+}
+
 TEST_F(Reg_Files, LeaveTheTargetOnAFullDiskAsItWas) {
   add("HKCU\\S", "a", "1");
   EXPECT_EQ(complaint({"export", "HKCU\\S", "/dev/full", "/y"}),
