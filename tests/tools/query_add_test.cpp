@@ -145,9 +145,10 @@ TEST_F(Kvreg, PrintsFieldsThatEndWithNul) {
 
 TEST_F(Kvreg, ShowsNothingThatMovesTheCursor) {
   add("HKCU\\S\\k\x1b[2J", "a\nb", "c\r\u202Ed");
-  EXPECT_EQ(
-      out({"query", "HKCU\\S", "/s"}),
-      "\nHKEY_CURRENT_USER\\S\n\nHKEY_CURRENT_USER\\S\\k\\u001B[2J\n    a\\u000Ab    REG_SZ    c\\u000D\\u202Ed\n");
+  add("HKCU\\S\\k\x1b[2J", "q\"\\\xff", "\x7f");  // the last unit of the name is half of a pair
+  EXPECT_EQ(out({"query", "HKCU\\S", "/s"}),
+            "\nHKEY_CURRENT_USER\\S\n\nHKEY_CURRENT_USER\\S\\k\\u001B[2J\n    a\\u000Ab    REG_SZ    c\\u000D\\u202Ed\n"
+            "    q\"\\\\uDCFF    REG_SZ    \\u007F\n");
 }
 
 TEST_F(Kvreg, DeletesOneValueOrAllOrTheKey) {
