@@ -114,7 +114,10 @@ Status Foreign_Hive::read(Transaction_Body body, std::string* reason) {
   connection->leave_log_alone();
   status = in_transaction(*connection, Access::read, [&](Connection& hive) {
     if (stored_version(hive) > newest_version()) return hive.failed_or(Status::newer_version);
-    if (meta_number(hive, "fresh") != 0) return hive.failed_or(Status::damaged);
+    if (meta_number(hive, "fresh") != 0) {
+      *reason = "it was begun and never finished";
+      return hive.failed_or(Status::damaged);
+    }
     return hive.failed_or(body(hive));
   });
   const Failure failure = connection->failure();

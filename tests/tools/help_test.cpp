@@ -20,6 +20,11 @@ TEST_F(Kvreg, ListsEveryVerb) {
   EXPECT_EQ(bare.out, help);
 }
 
+TEST_F(Kvreg, HelpsWithAVerbThatIsNamedBehindHelp) {
+  EXPECT_EQ(out({"help", "query"}), out({"query", "--help"}));
+  EXPECT_EQ(complaint({"help", "nix"}), "kvreg: \"nix\" is no verb; \"kvreg --help\" lists them\n");
+}
+
 TEST_F(Kvreg, HasTwoExamplesInTheHelpOfEachVerb) {
   for (const std::string& verb : verbs) {
     const std::string help = out({verb, "--help"});
@@ -33,8 +38,7 @@ TEST_F(Kvreg, HasTwoExamplesInTheHelpOfEachVerb) {
 
 TEST_F(Kvreg, RefusesWhatIsNoVerbOrNoSwitch) {
   EXPECT_EQ(complaint({"frobnicate"}), "kvreg: \"frobnicate\" is no verb; \"kvreg --help\" lists them\n");
-  EXPECT_EQ(complaint({"query", "HKCU", "/nix"}),
-            "kvreg query: The following argument was not expected: /nix\nSee \"kvreg query --help\".\n");
+  EXPECT_EQ(complaint({"query", "HKCU", "/nix"}), "kvreg query: not expected: /nix\nSee \"kvreg query --help\".\n");
   EXPECT_EQ(complaint({"query"}), "kvreg query: KEY is required\nSee \"kvreg query --help\".\n");
 }
 
@@ -42,14 +46,43 @@ TEST_F(Kvreg, TakesVerbsInAnyCase) { EXPECT_EQ(out({"QUERY", "hkcu"}), "\nHKEY_C
 
 TEST_F(Kvreg, TellsItsVersion) { EXPECT_EQ(out({"--version"}), "kvreg " KVTEST_VERSION "\n"); }
 
+// What info tells in the mode of the test.
+struct Told_Mode {
+  std::string mode, why, implementation;
+};
+
+Told_Mode told_mode(const std::string& machine_file) {
+  switch (Test_Registry::mode()) {
+    case '0':
+      return {"0, client of the machine's registry server", "KVREGISTRY_MODE is \"0\"", "advapi32client.dll"};
+    case '3':
+      return {"3, client of the user's registry server", "KVREGISTRY_MODE is \"3\"", "advapi32client.dll"};
+    default:
+      return {"1, in this process", "KVREGISTRY is \"" + machine_file + "\"", "advapi32impl.dll"};
+  }
+}
+
 TEST_F(Kvreg, TellsWhichRegistryIsUsedAndWhy) {
   add("HKLM\\S", "v", "x");
+  const Told_Mode told = told_mode(machine_file());
   const std::string info = out({"info"});
-  EXPECT_NE(info.find("\nmode:             1, in this process\n"), std::string::npos) << info;
-  EXPECT_NE(info.find("\nwhy:              KVREGISTRY is \"" + machine_file() + "\"\n"), std::string::npos) << info;
+  EXPECT_NE(info.find("\nmode:             " + told.mode + "\n"), std::string::npos) << info;
+  EXPECT_NE(info.find("\nwhy:              " + told.why + "\n"), std::string::npos) << info;
+  EXPECT_NE(info.find("/lib/kelvane/" + told.implementation + "\n"), std::string::npos) << info;
+  const bool has_server = Test_Registry::mode() != '1';
+  EXPECT_EQ(info.find("\nserver:           process ") != std::string::npos, has_server) << info;
+  EXPECT_EQ(info.find("\nserver:           none\n") != std::string::npos, !has_server) << info;
+}
+
+TEST_F(Kvreg, TellsTheFilesOfTheRegistry) {
+  add("HKLM\\S", "v", "x");
+  const std::string info = out({"info"});
+  if (Test_Registry::mode() == '0') {
+    EXPECT_NE(info.find("\nmachine hive:     only the server knows\n"), std::string::npos) << info;
+    return;
+  }
   EXPECT_NE(info.find("\nmachine hive:     " + machine_file() + " ("), std::string::npos) << info;
   EXPECT_NE(info.find(" bytes, hive of version 1)\n"), std::string::npos) << info;
-  EXPECT_NE(info.find("/lib/kelvane/advapi32impl.dll\n"), std::string::npos) << info;
   EXPECT_NE(out({"info", "--json"}).find("\"machine_hive\":\"" + machine_file()), std::string::npos);
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/child.h"
+#include "tests/tools/test_registry.h"
 
 class Kvreg : public testing::Test {
  protected:
@@ -39,11 +40,9 @@ class Kvreg : public testing::Test {
     EXPECT_EQ(out({"add", key, "/v", name, "/d", data, "/f"}), done);
   }
 
-  std::vector<std::string> environment() const {
-    return {"HOME=" + home_.path(), "KVREGISTRY=" + machine_file(), "LANG=C.UTF-8", "TZ=UTC"};
-  }
-  std::string machine_file() const { return files_ / "machine.hive"; }
-  std::string file(const std::string& name) const { return files_ / name; }
+  std::vector<std::string> environment() const { return registry_.environment(); }
+  std::string machine_file() const { return registry_.machine_file(); }
+  std::string file(const std::string& name) const { return registry_.file(name); }
 
   static std::string content(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
@@ -54,6 +53,5 @@ class Kvreg : public testing::Test {
   static constexpr const char* done = "The operation completed successfully.\n";
 
  private:
-  kvtest::Temp_Folder home_;
-  kvtest::Temp_Folder files_;
+  Test_Registry registry_;
 };

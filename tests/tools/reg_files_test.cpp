@@ -163,6 +163,38 @@ TEST_F(Reg_Files, ThatAreNotThereAreNamed) {
             "kvreg export: cannot make " + file("nix/a.reg") + ": No such file or directory\n");
 }
 
+TEST_F(Reg_Files, WithLinesOf64MebibytesAreReadAndWhatIsTooLargeIsRefused) {
+  if (Test_Registry::mode() != '1') GTEST_SKIP() << "a file is read before any server is asked";
+  constexpr std::size_t mebibyte = 1 << 20;
+  const std::string start = five + ";" + std::string(64 * mebibyte, '-') + "\r\n[HKCU\\S]\r\n\"a\"=";
+  EXPECT_EQ(imported(start + "\"1\"\r\n"), done);
+  EXPECT_EQ(refused(start + "\"" + std::string(32 * mebibyte, 'x') + "\"\r\n"),
+            "kvreg import: " + file("in.reg") + ":5: the value has more than 64 MiB\n");
+  EXPECT_EQ(out({"query", "HKCU\\S"}), "\nHKEY_CURRENT_USER\\S\n    a    REG_SZ    1\n");
+}
+
+TEST_F(Reg_Files, WithANulOrCutChangeNothing) {
+  const std::string in = "kvreg import: " + file("in.reg");
+  const std::string good = five + "[HKCU\\S]\r\n\"a\"=\"1\"\r\n";
+  EXPECT_EQ(refused(good + "\"b\"=\"x\0y\"\r\n"s), in + ":5: a NUL character\n");
+  EXPECT_EQ(refused(good + "[HKCU\\a\0b]\r\n"s), in + ":5: a NUL character\n");
+  EXPECT_EQ(refused(good + "\"b\"=\"x"), in + ":5: the closing quote is missing\n");
+  EXPECT_EQ(refused(good + "\"b\"=dword:"), in + ":5: a number has one to eight hexadecimal digits\n");
+  EXPECT_EQ(refused(good + "[HKCU\\b"), in + ":5: the key is empty, or its closing bracket is missing\n");
+  const std::string foreign = refused("\x89PNG\r\n\x1a\n"s);
+  EXPECT_TRUE(foreign.starts_with(in + ":1: this is no registry file: ")) << foreign;
+  EXPECT_EQ(run({"query", "HKCU\\S"}).exit_status, 1);
+}
+
+TEST_F(Reg_Files, AreNotMistakenForHives) {
+  add("HKCU\\S", "a", "1");
+  EXPECT_EQ(out({"save", "HKCU\\S", file("s.hive")}), done);
+  EXPECT_EQ(complaint({"import", file("s.hive")}),
+            "kvreg import: " + file("s.hive") + " is a hive, no .reg file; kvreg load makes it a key\n");
+  EXPECT_EQ(complaint({"diff", file("s.hive"), "HKCU\\S"}),
+            "kvreg diff: " + file("s.hive") + " is a hive, no .reg file; kvreg load makes it a key\n");
+}
+
 TEST_F(Reg_Files, LeaveTheTargetOnAFullDiskAsItWas) {
   add("HKCU\\S", "a", "1");
   EXPECT_EQ(complaint({"export", "HKCU\\S", "/dev/full", "/y"}),

@@ -23,7 +23,8 @@ std::string overview() {
   }
   return text +
          "\nSwitches are written as /v or --value. kvreg VERB --help shows those of a verb, with examples.\n"
-         "Keys begin with a root: HKLM, HKCU, HKCR, HKU, HKCC or their long names.\n"
+         "Keys begin with a root: HKLM, HKCU, HKCR, HKU, HKCC or their long names. A shell wants them quoted:\n"
+         "  kvreg query 'HKCU\\Software'\n"
          "Exit status: 0 done, 1 failed; comparing answers 2 for \"different\".\n";
 }
 
@@ -48,6 +49,7 @@ void tell(const std::string& who, const std::string& what) {
 
 int run_word(const std::vector<std::string>& arguments) {
   const std::string word = arguments.empty() ? "--help" : arguments.front();
+  if (word == "help" && arguments.size() > 1) return run_word({arguments[1], "--help"});
   if (word == "--help" || word == "-h" || word == "/?" || word == "help") {
     put(overview());
   } else if (word == "--version") {

@@ -37,7 +37,10 @@ std::string line_of(const Key_Path& path, const Value& value) {
 
 }  // namespace
 
-std::string Import_Checker::open_key(std::u16string_view path) { return refusal_of_path(path); }
+std::string Import_Checker::open_key(std::u16string_view path) {
+  progress_.step(0);
+  return refusal_of_path(path);
+}
 
 std::string Import_Checker::delete_key(std::u16string_view path) {
   const std::string refusal = refusal_of_path(path);
@@ -51,6 +54,7 @@ std::string Import_Checker::set_value(std::u16string_view name, std::uint32_t, s
 }
 
 std::string Import_Checker::delete_value(std::u16string_view name) {
+  progress_.step();
   return name.size() > longest_value_name ? "the name of the value has more than 16,383 units" : "";
 }
 

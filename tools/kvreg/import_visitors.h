@@ -16,6 +16,9 @@ class Import_Checker : public Reg_Visitor {
   std::string delete_key(std::u16string_view path) override;
   std::string set_value(std::u16string_view name, std::uint32_t type, std::string_view data) override;
   std::string delete_value(std::u16string_view name) override;
+
+ private:
+  Progress progress_{"checking", "values"};
 };
 
 // Does them. Throws Failure.

@@ -35,6 +35,18 @@ std::string names_of_roots() {
   return names;
 }
 
+// Why it may be that what begins with a root's name is no path. Without separators the shell has taken them, as a rule.
+std::string advice_on(std::u16string_view written) {
+  if (written.find(separator) != written.npos) return {};
+  if (find_root(written.substr(0, written.find(u'/'))) != nullptr) return "; names are parted by backslashes";
+  const std::string whole = lower_case(utf8_of(written));
+  for (const Root& each : all_roots()) {
+    if (whole.starts_with(lower_case(each.short_name)) || whole.starts_with(lower_case(each.long_name)))
+      return "; the shell takes backslashes that do not stand between quotes";
+  }
+  return {};
+}
+
 }  // namespace
 
 const std::vector<Root>& all_roots() {
@@ -96,7 +108,7 @@ Key_Path parse_key_path(std::u16string_view written) {
   Key_Path path = try_key_path(written);
   if (path.root == nullptr) {
     throw Bad_Arguments("\"" + shown(written) + "\" begins with no root key: " + names_of_roots() +
-                        ", or their long names");
+                        ", or their long names" + advice_on(written));
   }
   return path;
 }

@@ -102,12 +102,10 @@ std::string read_whole_file(const std::string& file) {
   std::string content;
   constexpr std::size_t block_size = 1024 * 1024;
   for (std::size_t size = 0;;) {
+    stop_if_interrupted();
     content.resize(size + block_size);
     const ssize_t got = input < 0 ? -1 : read(input, content.data() + size, block_size);
-    if (got < 0 && errno == EINTR) {
-      stop_if_interrupted();
-      continue;
-    }
+    if (got < 0 && errno == EINTR) continue;
     if (got < 0) throw Complaint("cannot read " + file + ": " + std::strerror(errno));
     size += static_cast<std::size_t>(got);
     if (size > largest_file) throw Complaint(file + " has more than 2 GiB");

@@ -33,6 +33,12 @@ CLI::callback_t into(std::vector<std::string>& target) {
   };
 }
 
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& each : words) text += (text.empty() ? "" : " ") + each;
+  return text;
+}
+
 std::string dashed(const std::string& name) { return (name.size() == 1 ? "-" : "--") + name; }
 
 }  // namespace
@@ -92,6 +98,8 @@ bool Options::parse(const std::vector<std::string>& arguments) {
   } catch (const CLI::CallForHelp&) {
     put(app_->help());
     return true;
+  } catch (const CLI::ExtrasError&) {
+    throw Bad_Arguments("not expected: " + joined(app_->remaining()));
   } catch (const CLI::ParseError& error) {
     throw Bad_Arguments(error.what());
   }

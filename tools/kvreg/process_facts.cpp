@@ -61,7 +61,7 @@ std::string pid_file() {
 std::string name_of_mode() {
   const unsigned mode = KvGetRegistryMode();
   const char* const names[] = {"client of the machine's registry server", "in this process",
-                               "in this process, which serves others too", "the registry server itself"};
+                               "in this process, which serves others too", "client of the user's registry server"};
   return std::to_string(mode) + (mode < std::size(names) ? std::string(", ") + names[mode] : "");
 }
 

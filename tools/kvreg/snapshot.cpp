@@ -3,10 +3,9 @@
 #include <locale.h>
 #include <wctype.h>
 
-#include "tools/kvreg/failure.h"
 #include "tools/kvreg/import_visitors.h"
-#include "tools/kvreg/new_file.h"
 #include "tools/kvreg/progress.h"
+#include "tools/kvreg/reg_file.h"
 #include "tools/kvreg/walk.h"
 
 namespace kvreg {
@@ -146,8 +145,7 @@ Snapshot snapshot_of(const Key_Path& path, bool is_deep) {
 Snapshot snapshot_of_reg_file(const std::string& file) {
   Snapshot top;
   Snapshot_Writer writer(top);
-  if (const auto wrong = read_reg_text(decode_reg_file(read_whole_file(file)), writer))
-    throw Complaint(file + ":" + std::to_string(wrong->line) + ": " + wrong->what);
+  read_reg_file(file, text_of_reg_file(file), writer);
   return top;
 }
 

@@ -23,6 +23,12 @@ constexpr Named_Type named_types[] = {
 #undef KVREG_TYPE
 };
 
+std::string names_of_types() {
+  std::string names;
+  for (const Named_Type& each : named_types) names += std::string(each.name) + ", ";
+  return names;
+}
+
 }  // namespace
 
 std::string name_of_type(DWORD type) {
@@ -48,7 +54,8 @@ std::optional<DWORD> type_of_name(std::string_view name) {
 
 DWORD parse_type(std::string_view name) {
   const std::optional<DWORD> type = type_of_name(name);
-  if (!type) throw Bad_Arguments("\"" + std::string(name) + "\" is no type of values");
+  if (!type)
+    throw Bad_Arguments("\"" + std::string(name) + "\" is no type of values: " + names_of_types() + "or a number");
   return *type;
 }
 

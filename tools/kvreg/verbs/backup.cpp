@@ -1,4 +1,5 @@
-// backup [FOLDER]: one moment of each hive that stands, as machine.hive and user.hive, while programs go on.
+// backup [FOLDER]: one moment of each hive that stands, as machine.hive and user.hive, while programs go on; from a
+// server of the machine users.hive, which is all users', in the place of user.hive.
 
 #include <kelvane/registry_admin.h>
 #include <sys/stat.h>
@@ -32,7 +33,7 @@ int Backup::run() {
   const std::string folder = absolute_file(folder_.empty() ? usual_backup_folder() : folder_);
   const auto code = static_cast<DWORD>(RegBackup(folder.c_str(), nullptr));
   if (code != ERROR_SUCCESS) throw Failure{"", folder, code};
-  for (const char* const name : {"machine.hive", "user.hive"}) {
+  for (const char* const name : {"machine.hive", "user.hive", "users.hive"}) {
     struct stat copy {};
     const std::string file = folder + "/" + name;
     if (stat(file.c_str(), &copy) == 0) put_line(file + "  " + std::to_string(copy.st_size) + " bytes");

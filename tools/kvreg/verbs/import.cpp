@@ -1,12 +1,9 @@
 // import FILE: reads the whole .reg file, and only when every line is good changes the registry, in one batch.
 
-#include <optional>
-
 #include "tools/kvreg/batch.h"
-#include "tools/kvreg/failure.h"
 #include "tools/kvreg/import_visitors.h"
-#include "tools/kvreg/new_file.h"
 #include "tools/kvreg/output.h"
+#include "tools/kvreg/reg_file.h"
 #include "tools/kvreg/verb.h"
 
 namespace kvreg {
@@ -18,7 +15,6 @@ class Import : public Verb {
   int run() override;
 
  private:
-  void read(const Decoded_Text& text, Reg_Visitor& visitor) const;
   void apply(const Decoded_Text& text) const;
 
   std::string file_;
@@ -35,27 +31,24 @@ void Import::declare(Options& options) {
   options.example("kvreg import editor.reg --dry-run", "prints what would change");
 }
 
-void Import::read(const Decoded_Text& text, Reg_Visitor& visitor) const {
-  if (const std::optional<Wrong_Line> wrong = read_reg_text(text, visitor))
-    throw Complaint(file_ + ":" + std::to_string(wrong->line) + ": " + wrong->what);
-}
-
 void Import::apply(const Decoded_Text& text) const {
   Import_Writer writer;
-  if (without_batch_) return read(text, writer);
+  if (without_batch_) return read_reg_file(file_, text, writer);
   Batch batch;
-  read(text, writer);
+  read_reg_file(file_, text, writer);
   writer.close();
   batch.commit();
 }
 
 int Import::run() {
-  const Decoded_Text text = decode_reg_file(read_whole_file(file_));
-  Import_Checker checker;
-  read(text, checker);
+  const Decoded_Text text = text_of_reg_file(file_);
+  {
+    Import_Checker checker;
+    read_reg_file(file_, text, checker);
+  }
   if (only_tells_) {
     Import_Teller teller;
-    read(text, teller);
+    read_reg_file(file_, text, teller);
     return exit_good;
   }
   apply(text);
