@@ -150,7 +150,6 @@ size_t count_of(const std::string& text, const std::string& part) {
 TEST(LogThreads, EightGoOnOnStandardOutputWhenTheFileEndsUnderThem) {
   Temp_Folder folder;
   const Child_Result child = run_child([&] {
-    alarm(60);
     RegistryLogImpl log(HKEY_LOCAL_MACHINE, L"s", (folder / "test.log").c_str());
     std::atomic<int> begun = 0;
     std::vector<std::thread> threads;
