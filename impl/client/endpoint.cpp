@@ -40,7 +40,7 @@ std::string core_data_folder() {
   if (!is_named) return "";
   std::vector<char> folder(room_beside_variables + length_of_variable("HOME") +
                            length_of_variable("KVCORE_PRIVATE_DATA"));
-  return KvICalculateProfessionalModeCoreDataDirectory(folder.data()) == 1 ? std::string(folder.data()) : "";
+  return KvICalculateCoreDataDirectory(folder.data()) == 1 ? std::string(folder.data()) : "";
 }
 
 std::optional<struct stat> state_of(const std::string& file) {
