@@ -129,6 +129,8 @@ add_library(advapi32_objects OBJECT ${KV_ADVAPI32_SOURCES})
 target_link_libraries(advapi32_objects PUBLIC kv_house kernel32)
 # Some published operations take references that may be null; the test for it must survive optimisation.
 target_compile_options(advapi32_objects PRIVATE -fno-delete-null-pointer-checks)
+# One copy of the body of each front, of which the counters tell.
+target_compile_definitions(advapi32_objects PRIVATE $<$<BOOL:${KV_COVERAGE}>:KV_IN_FRONT=>)
 
 add_library(advapi32 SHARED bootstrap/operator_new.cpp $<TARGET_OBJECTS:advapi32_objects>)
 target_link_libraries(advapi32 PRIVATE $<BUILD_INTERFACE:kv_house> PUBLIC kernel32)

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
 #include <utility>
 
 #include "hive/batch.h"
@@ -106,7 +107,7 @@ Status Hive::try_to_join(Batch& batch, Back_Off& back_off, Store** out, Findings
   if (status != Status::ok) return status;
   std::shared_ptr<Batch_Part> part = batch.part_of(*out);
   if (part == nullptr) {
-    auto turn = std::make_unique<Writer_Queue::Turn>((*out)->queue(), back_off);
+    auto turn = std::make_unique<Writer_Queue::Turn>((*out)->queue(), back_off, Writer_Queue::Turn::of_batch);
     status = (*out)->join(std::move(turn), traits_, &part, findings);
   }
   if (status == Status::ok) batch.add(shared_from_this(), *out, std::move(part));
@@ -141,11 +142,33 @@ Status Hive::run_alone(Access access, Transaction_Body body) {
 
 Status Hive::attempt(Access access, Transaction_Body body, Back_Off& back_off, Findings& findings) {
   Store* store = nullptr;
-  Status status = find_store(&store, findings);
-  if (status != Status::ok) return status;
-  if (access != Access::write) return store->run(access, traits_, body, findings);
-  Writer_Queue::Turn turn(store->queue(), back_off);
-  return store->run(access, traits_, body, findings);
+  Folder_Look look;
+  findings.names = knows_names(&look, &store) ? Names::known : Names::to_be_asked;
+  if (store == nullptr) {
+    const Status found = find_store(&store, findings);
+    if (found != Status::ok) return found;
+  }
+  std::optional<Writer_Queue::Turn> turn;
+  if (access == Access::write) turn.emplace(store->queue(), back_off, Writer_Queue::Turn::of_operation);
+  const Status status = store->run(access, traits_, body, findings);
+  if (findings.names == Names::right) remember_names(look, store);
+  return status;
+}
+
+// Whether the store's files are still found by their names, as far as the folder tells it.
+bool Hive::knows_names(Folder_Look* out_look, Store** out) const {
+  std::unique_lock lock(opening_mutex());
+  if (folder_.empty()) return false;
+  *out_look = look_at_folder(folder_);
+  const bool known = out_look->is_settled && *out_look == right_names_;
+  if (known) *out = store_;
+  return known;
+}
+
+// The folder was looked at before its names.
+void Hive::remember_names(const Folder_Look& look, const Store* store) {
+  std::lock_guard lock(opening_mutex());
+  if (look.is_settled && store_ == store) right_names_ = look;
 }
 
 Status Hive::find_store(Store** out, Findings& findings) {
@@ -164,8 +187,11 @@ Status Hive::find_store(Store** out, Findings& findings) {
     if (*out == nullptr || !((*out)->identity() == identity)) {
       former = *out;
       said_of_damage_.clear();
-      *out = Store::attach(identity, real_path(path_), file.st_mode & permission_bits);
+      const std::string file_name = real_path(path_);
+      *out = Store::attach(identity, file_name, file.st_mode & permission_bits);
       store_ = *out;
+      folder_ = file_name == path_ ? path_.substr(0, path_.rfind('/')) : "";
+      right_names_ = {};
     }
   }
   if (former != nullptr) former->detach();

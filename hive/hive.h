@@ -7,6 +7,7 @@
 #include <string>
 
 #include "hive/registry.h"
+#include "hive/store/folder_look.h"
 #include "hive/store/store.h"
 #include "hive/watch/watch_post.h"
 
@@ -54,6 +55,8 @@ class Hive : public std::enable_shared_from_this<Hive> {
   Status join(Batch& batch, Store** out, Findings& findings);
   Status try_to_join(Batch& batch, Back_Off& back_off, Store** out, Findings& findings);
   Status attempt(Access access, Transaction_Body body, Back_Off& back_off, Findings& findings);
+  bool knows_names(Folder_Look* out_look, Store** out) const;
+  void remember_names(const Folder_Look& look, const Store* store);
   Status find_store(Store** out, Findings& findings);
   Status find_file(struct stat* out, std::string* reason);
   Status make_file(std::string* reason);
@@ -65,9 +68,13 @@ class Hive : public std::enable_shared_from_this<Hive> {
   Complain complain_;
   const std::shared_ptr<Watch_Post> watch_post_;
   std::atomic<Store*> store_ = nullptr;  // changed with the opening mutex held, which also guards what was said
-  std::string said_[2];                  // by access; empty while the hive works
-  std::string said_of_damage_;           // of the file that stands there: parts of it may work in between
-  std::atomic<bool> silent_ = true;      // nothing was said
+  // With the same mutex: the folder of the hive's files, where no part of the path leads elsewhere, and how it was when
+  // each of their names was right.
+  std::string folder_;
+  Folder_Look right_names_;
+  std::string said_[2];              // by access; empty while the hive works
+  std::string said_of_damage_;       // of the file that stands there: parts of it may work in between
+  std::atomic<bool> silent_ = true;  // nothing was said
 };
 
 }  // namespace hive

@@ -1,5 +1,5 @@
-// What the machine's hive starts with: it has the roots of HKEY_USERS too. The hive of all users of a machine starts
-// empty. Everything here works inside a transaction of its caller.
+// What the machine's hive starts with: it has the roots of HKEY_USERS too. That of all users starts with its root
+// alone. Everything here works inside a transaction of its caller.
 #pragma once
 
 #include "hive/store/store.h"

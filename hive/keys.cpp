@@ -132,7 +132,7 @@ Status create_child(Connection& connection, std::int64_t* key, std::u16string_vi
                 file_time_now(),
                 creation.mode.value_or(parent.mode),
                 creation.owner.value_or(parent.owner),
-                parent.group,
+                creation.group.value_or(parent.group),
                 is_last && creation.is_link ? key_flag_link : 0,
                 creation.is_volatile};
   std::int64_t number = insert_key(connection, child);
@@ -181,7 +181,8 @@ Status create_key(Connection& connection, std::int64_t at, std::u16string_view p
   std::u16string_view name;
   *out_created = false;
   Status status = follow(connection, parts, &progress, &name);
-  if (status == Status::ok && progress.key == at) status = check_key(connection, at);
+  // Who makes a key reads its parent's row anyway.
+  if (status == Status::ok && progress.key == at && progress.found_all) status = check_key(connection, at);
   if (creation.class_name.size() > max_class_units) return Status::invalid;
   if (status != Status::ok) return status;
   if (!progress.found_all && !may_be_made(parts, depth_of(connection, progress.key) + 1)) return Status::invalid;

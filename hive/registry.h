@@ -85,6 +85,7 @@ struct Creation {
   bool is_volatile = false;
   bool is_link = false;
   std::optional<std::uint32_t> owner = std::nullopt;  // of each key that is made; else its parent's
+  std::optional<std::uint32_t> group = std::nullopt;
   std::optional<std::uint32_t> mode = std::nullopt;
 };
 
@@ -115,8 +116,8 @@ class Registry {
 
   virtual Status open_root(Root root, Key* out_key);
   // The key of a user: where one hive serves all users, that of the user in it, made at its first use, the user's
-  // alone; else HKEY_CURRENT_USER, for this process's user only (denied).
-  virtual Status open_user(uid_t user, Key* out_key);
+  // alone and of this group; else HKEY_CURRENT_USER, for this process's user only (denied).
+  virtual Status open_user(uid_t user, gid_t group, Key* out_key);
   // Which key it is, among those of every hive and every time.
   virtual Status identity(const Key& key, Key_Identity* out);
   virtual Status open(const Key& at, std::u16string_view path, Key* out_key);
@@ -178,7 +179,7 @@ class Registry {
   // The image of HKEY_CURRENT_USER; see hive/image/.
   virtual Status user_image(std::vector<unsigned char>* out_image);
   // That of any user's key, as open_user finds it.
-  virtual Status image_of_user(uid_t user, std::vector<unsigned char>* out_image);
+  virtual Status image_of_user(uid_t user, gid_t group, std::vector<unsigned char>* out_image);
   // The same for the end of the process: empty when the per-user file already carries it.
   virtual Status closing_user_image(std::vector<unsigned char>* out_image);
   // The calling thread's batch: all that it changes in between is one transaction of each hive touched; see batch.h.

@@ -90,11 +90,11 @@ class User_Key_Source : public Tree_Source {
 
 }  // namespace
 
-Status Registry::image_of_user(uid_t user, std::vector<unsigned char>* out_image) {
+Status Registry::image_of_user(uid_t user, gid_t group, std::vector<unsigned char>* out_image) {
   out_image->clear();
   if (parts_->hives.users() == nullptr) return user == geteuid() ? user_image(out_image) : Status::denied;
   Key key;
-  const Status status = parts_->user_key(user, &key);
+  const Status status = parts_->user_key(user, group, &key);
   if (status != Status::ok) return status;
   User_Key_Source source(key);
   return make_user_image(source, out_image);

@@ -87,7 +87,7 @@ bool Registry::Parts::is_users_own(const Start& start) {
 }
 
 Status Registry::Parts::user_root(Key* out) {
-  if (hives.users() != nullptr) return user_key(geteuid(), out);
+  if (hives.users() != nullptr) return user_key(geteuid(), getegid(), out);
   std::shared_ptr<Hive> user = hives.user();
   if (user == nullptr) return Status::io_failed;
   *out = std::make_shared<Open_Key>(std::move(user), root_key);

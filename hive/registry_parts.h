@@ -28,8 +28,8 @@ struct Registry::Parts {
 
   // HKEY_CURRENT_USER: the user's own hive, or the user's key in that of all users.
   Status user_root(Key* out);
-  // The key of a user in the hive of all users, which there must be.
-  Status user_key(uid_t user, Key* out);
+  // The key of a user in the hive of all users, which there must be; of this group when it is made.
+  Status user_key(uid_t user, gid_t group, Key* out);
   // The root of the hive whose keys stand below HKEY_USERS beside those of the machine hive: the users', or the user's
   // own, which is itself such a key.
   Status second_root(Key* out);

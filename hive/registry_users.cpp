@@ -23,10 +23,10 @@ std::int64_t parent_of(Connection& connection, std::int64_t key) {
 
 std::u16string name_of_user(uid_t user) { return units_of("S-1-5-21-0-0-0-" + std::to_string(user)); }
 
-Status Registry::Parts::user_key(uid_t user, Key* out) {
+Status Registry::Parts::user_key(uid_t user, gid_t group, Key* out) {
   const std::shared_ptr<Hive> users = hives.users();
   const std::u16string name = name_of_user(user);
-  const Creation creation{.class_name = {}, .owner = user, .mode = owner_may_all};
+  const Creation creation{.class_name = {}, .owner = user, .group = group, .mode = owner_may_all};
   std::int64_t number = 0;
   Hive_Identity identity{};
   std::shared_ptr<const Batch_Part> made_in;
@@ -72,8 +72,8 @@ bool Registry::Parts::is_user_key(const Key& at, Connection& connection, std::in
   return hives.users_if_used() == at->hive && parent_of(connection, number) == root_key;
 }
 
-Status Registry::open_user(uid_t user, Key* out_key) {
-  if (parts_->hives.users() != nullptr) return parts_->user_key(user, out_key);
+Status Registry::open_user(uid_t user, gid_t group, Key* out_key) {
+  if (parts_->hives.users() != nullptr) return parts_->user_key(user, group, out_key);
   return user == geteuid() ? parts_->user_root(out_key) : Status::denied;
 }
 

@@ -8,6 +8,7 @@
 #include "hive/clock.h"
 #include "hive/keys.h"
 #include "hive/name.h"
+#include "hive/store/growth.h"
 #include "hive/watch/change_log.h"
 
 namespace hive {
@@ -75,13 +76,11 @@ Status write_shorter(Connection& connection, std::int64_t key, const Stored_Valu
 }
 
 // The key's own row: counts and maxima can only grow.
-Status note_growth(Connection& connection, std::int64_t key, std::uint32_t new_values, std::uint32_t units,
-                   std::uint32_t size) {
-  Statement grew(connection, Query::values_grew);
-  grew.bind(1, key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(file_time_now()));
-  grew.bind(4, new_values).bind(5, units).bind(6, size);
-  if (grew.run() != Status::ok) return connection.status();
-  return sqlite3_changes(connection.handle()) == 0 ? Status::key_deleted : Status::ok;
+Status note_growth(Connection& connection, const Growth& growth) {
+  if (put_off_growth(connection, growth)) return Status::ok;
+  if (!write_growth(connection, growth)) return connection.failed_or(Status::key_deleted);
+  if (connection.is_in_batch()) connection.growth = {.key = growth.key, .of_new_value = growth.new_values != 0};
+  return Status::ok;
 }
 
 // The commonest write: of a value that is there, and whose data stands in its row before and after.
@@ -93,9 +92,19 @@ bool rewrite_in_place(Connection& connection, std::int64_t key, const Stored_Val
   return sqlite3_changes(connection.handle()) != 0 && connection.status() == Status::ok;
 }
 
+// Among many new ones of a key whose row is known to be there.
+bool add_another(Connection& connection, std::int64_t key, const Stored_Value& value) {
+  const Growth& known = connection.growth;
+  if (known.key != key || !known.of_new_value || value.size > max_inline_size) return false;
+  Statement add(connection, Query::add_value);
+  add.bind(1, key).bind(2, value.folded).bind(3, value.name).bind(4, value.type).bind(5, value.size);
+  add.bind_data(6, value.data, value.size).run();
+  return sqlite3_changes(connection.handle()) != 0 && connection.status() == Status::ok;
+}
+
 Status write_longer(Connection& connection, std::int64_t key, const Stored_Value& value, const Old_Value& old,
-                    std::uint32_t units) {
-  const Status noted = note_growth(connection, key, old.is_there ? 0 : 1, units, value.size);
+                    const Growth& growth) {
+  const Status noted = note_growth(connection, growth);
   if (noted != Status::ok) return noted;
   put_value_row(connection, key, value, old.large);
   log_change(connection, key, way_last_set);
@@ -156,14 +165,17 @@ Status write_value(Connection& connection, std::int64_t key, std::u16string_view
   const std::string folded = folded_form(name);
   const std::string stored = stored_form(name);
   const Stored_Value value{folded, stored, type, data, size};
-  const auto units = static_cast<std::uint32_t>(name.size());
-  if (rewrite_in_place(connection, key, value)) {
+  Growth growth{.key = key, .name_units = static_cast<std::uint32_t>(name.size()), .size = size};
+  const bool is_another = add_another(connection, key, value);
+  if (is_another || rewrite_in_place(connection, key, value)) {
     log_change(connection, key, way_last_set);
-    return note_growth(connection, key, 0, units, size);
+    growth.new_values = is_another ? 1 : 0;
+    return note_growth(connection, growth);
   }
   const Old_Value old = find_old(connection, key, folded);
-  return old.is_there && size < old.size ? write_shorter(connection, key, value, old, units)
-                                         : write_longer(connection, key, value, old, units);
+  growth.new_values = old.is_there ? 0 : 1;
+  return old.is_there && size < old.size ? write_shorter(connection, key, value, old, growth.name_units)
+                                         : write_longer(connection, key, value, old, growth);
 }
 
 Status remove_value(Connection& connection, std::int64_t key, std::u16string_view name) {

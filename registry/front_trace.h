@@ -38,8 +38,11 @@ __attribute__((cold, noinline)) auto watched(const char* front, HKEY key, Body b
   return result;
 }
 
-// Stands behind the parameters of a front's body, which would else be one function for both calls below.
+// Stands behind the parameters of a front's body, which would else be one function for both calls below. A build that
+// counts what is reached has one of each: it defines the word itself.
+#ifndef KV_IN_FRONT
 #define KV_IN_FRONT __attribute__((always_inline))
+#endif
 
 // Runs a front's body as a call that tracers see: traced(key, [=]() KV_IN_FRONT -> LSTATUS { ... }). The front's name
 // is that of the calling function. The body takes its arguments by value: by reference they would have to stand in

@@ -123,7 +123,10 @@ decltype(&KvRegssRun) server_entry() {
 
 int run_server(Life& life, int stop) {
   const auto run = server_entry();
-  if (run == nullptr) return fail(std::string(server_library) + " has no entry KvRegssRun");
+  if (run == nullptr) {
+    life.held_lines = {std::string(server_library) + " has no entry KvRegssRun"};
+    return could_not_serve;
+  }
   Regss_Options options{};
   options.sockets = life.endpoint->sockets().data();
   options.socket_count = life.endpoint->sockets().size();

@@ -13,6 +13,7 @@ namespace {
 constexpr mode_t permission_bits = 0777;
 constexpr int open_flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 constexpr unsigned tries_between_two = 64;
+constexpr unsigned looks_between_two_names = 64;
 
 bool is_of_right_kind(const struct stat& file, const struct stat& hive) {
   return S_ISREG(file.st_mode) && file.st_nlink == 1 && file.st_uid == hive.st_uid;
@@ -64,6 +65,9 @@ void Ring_File::move_to(const std::string& hive_file) {
 }
 
 void Ring_File::let_go() {
+  struct stat now;
+  if (fd_ >= 0 && fstat(fd_, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == mapped_) close(fd_);
+  fd_ = -1;
   if (memory_ != nullptr) munmap(memory_, Commit_Ring::size);
   memory_ = nullptr;
   ring_.reset();
@@ -86,10 +90,18 @@ Commit_Ring* Ring_File::to_tell() {
   return may_tell_ ? ring_.get() : nullptr;
 }
 
-bool Ring_File::still_stands() const {
+bool Ring_File::still_stands() {
   struct stat now;
-  return ring_ != nullptr && stat(file_.c_str(), &now) == 0 && File_Identity{now.st_dev, now.st_ino} == mapped_ &&
-         now.st_size >= static_cast<off_t>(Commit_Ring::size) && now.st_nlink == 1;
+  if (ring_ == nullptr || fstat(fd_, &now) != 0 || !is_as_mapped(now)) return false;
+  if (++looks_at_descriptor_ < looks_between_two_names) return true;
+  looks_at_descriptor_ = 0;
+  return stat(file_.c_str(), &now) == 0 && is_as_mapped(now);
+}
+
+// A descriptor that was closed behind our back may be another file's.
+bool Ring_File::is_as_mapped(const struct stat& now) const {
+  return File_Identity{now.st_dev, now.st_ino} == mapped_ && now.st_size >= static_cast<off_t>(Commit_Ring::size) &&
+         now.st_nlink == 1;
 }
 
 void Ring_File::open(bool make) {
@@ -99,7 +111,11 @@ void Ring_File::open(bool make) {
   const int fd = find(hive, make);
   if (fd < 0) return;
   map(fd, hive, make && may_tell_);
-  close(fd);
+  if (ring_ == nullptr) {
+    close(fd);
+  } else {
+    fd_ = fd;
+  }
 }
 
 int Ring_File::find(const struct stat& hive, bool make) {
@@ -121,6 +137,7 @@ void Ring_File::map(int fd, const struct stat& hive, bool make) {
   if (memory == MAP_FAILED) return;
   memory_ = memory;
   mapped_ = {file.st_dev, file.st_ino};
+  looks_at_descriptor_ = 0;
   ring_ = std::make_unique<Commit_Ring>(static_cast<std::uint64_t*>(memory));
 }
 

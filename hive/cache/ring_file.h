@@ -3,7 +3,8 @@
 // or another form is left alone. Without one nothing is told, and nobody sees anything wrong.
 //
 // What is mapped stays whatever becomes of the file; before each use the file is looked at, for memory of a file that
-// was cut short must not be touched. The file may go at any time.
+// was cut short must not be touched. Whether its name still stands for it is asked now and then. The file may go at any
+// time.
 #pragma once
 
 #include <sys/stat.h>
@@ -30,7 +31,8 @@ class Ring_File {
   Commit_Ring* to_tell();
 
  private:
-  bool still_stands() const;
+  bool still_stands();
+  bool is_as_mapped(const struct stat& now) const;
   void open(bool make);
   int find(const struct stat& hive, bool make);
   void map(int fd, const struct stat& hive, bool make);
@@ -40,6 +42,8 @@ class Ring_File {
   File_Identity mapped_;
   std::unique_ptr<Commit_Ring> ring_;
   void* memory_ = nullptr;
+  int fd_ = -1;
+  unsigned looks_at_descriptor_ = 0;  // since its name was asked
   bool may_tell_ = false;
   unsigned tries_to_pass_over_ = 0;  // of making one, since it failed
 };

@@ -20,14 +20,17 @@ class Back_Off {
 
   // False when the time is over; otherwise sleeps.
   bool pause();
+  bool has_paused() const { return next_ != first_pause; }
   // The same for a given while.
   bool pause(std::chrono::microseconds longest);
   // When the time will be over.
   Clock::time_point deadline();
 
  private:
+  static constexpr std::chrono::microseconds first_pause{100};
+
   std::chrono::milliseconds time_out_;
-  std::chrono::microseconds next_{100};
+  std::chrono::microseconds next_ = first_pause;
   Clock::time_point deadline_{};
 };
 

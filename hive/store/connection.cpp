@@ -142,6 +142,11 @@ bool Connection::intact() const {
   return !is_distrusted_ && is_of_this_process() && descriptors_.intact();
 }
 
+bool Connection::still_holds() const {
+  if (mode_ == Mode::memory) return true;
+  return !is_distrusted_ && is_of_this_process() && descriptors_.are_ours();
+}
+
 bool Connection::is_of_this_process() const {
   return process_number_ != 0 ? process_number_ == Own_Process::number() : process_ == getpid();
 }

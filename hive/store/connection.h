@@ -15,6 +15,7 @@
 #include "hive/status.h"
 #include "hive/store/batch_part.h"
 #include "hive/store/errors.h"
+#include "hive/store/growth.h"
 #include "hive/store/system_calls.h"
 
 struct sqlite3;
@@ -53,10 +54,12 @@ class Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Around every use.
+  // Around every use. Where nobody has asked before whether it is intact, each descriptor is asked when SQLite first
+  // has a use for it: there is none for what lies in memory.
   class Use {
    public:
-    explicit Use(Connection& connection) : recording_(connection.descriptors_) {}
+    explicit Use(Connection& connection, Recording::Kind kind = Recording::of_known_descriptors)
+        : recording_(connection.descriptors_, kind) {}
 
    private:
     Recording recording_;
@@ -67,6 +70,8 @@ class Connection {
   // Opened in this process, and every descriptor is what it was. A private hive always is: a forked process
   // has a copy of it.
   bool intact() const;
+  // The same but for the files' names.
+  bool still_holds() const;
   // Nothing of it is touched any more, whatever its descriptors are.
   void distrust() { is_distrusted_ = true; }
   const Descriptors& descriptors() const { return descriptors_; }
@@ -134,6 +139,9 @@ class Connection {
     int depth = 0;
   };
   Known known;
+
+  // What a batch has put off, see there.
+  Growth growth;
 
   // How many frames the log had after the last commit of this connection; negative when it has written none since
   // the transaction began.

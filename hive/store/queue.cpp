@@ -23,6 +23,18 @@ constexpr int last_place = 12;
 constexpr std::chrono::microseconds pause_of_a_place{100};  // longer, the farther behind
 constexpr int longest_pause = 4;
 
+// What the file holds behind the note of the last orderly end.
+constexpr off_t told_at = 64;
+constexpr std::uint64_t magic = 0x3171657565766968u;
+constexpr std::chrono::milliseconds waiting_is_over_after{50};
+constexpr unsigned turns_between_two_names = 64;
+struct Told {
+  std::uint64_t magic;
+  std::int64_t at;
+};
+
+std::int64_t now() { return std::chrono::nanoseconds(Back_Off::Clock::now().time_since_epoch()).count(); }
+
 struct flock lock_of(short kind, int first_place, int places) {
   struct flock lock {};
   lock.l_type = kind;
@@ -71,13 +83,14 @@ void Writer_Queue::rest() {
   close_file();
 }
 
-Writer_Queue::Turn::Turn(Writer_Queue& queue, Back_Off& back_off) : queue_(queue) {
+Writer_Queue::Turn::Turn(Writer_Queue& queue, Back_Off& back_off, Length length) : queue_(queue), length_(length) {
   has_turn_ = queue_.wait_for_turn(back_off);
-  has_lock_ = has_turn_ && queue_.lock_file(back_off);
+  const bool needs_lock = length_ == of_batch || back_off.has_paused() || !queue_.nobody_waits();
+  has_lock_ = has_turn_ && needs_lock && queue_.lock_file(back_off);
 }
 
 Writer_Queue::Turn::~Turn() {
-  if (has_lock_) queue_.unlock_file(is_long_);
+  if (has_lock_) queue_.unlock_file(length_ == of_batch);
   if (has_turn_) queue_.end_turn();
 }
 
@@ -109,7 +122,26 @@ void Writer_Queue::end_turn() {
   turn_ended_.notify_all();
 }
 
+// What got the descriptor's number may be read from here, but has hardly such a content. That the file still has its
+// name is asked now and then, by who takes a lock.
+bool Writer_Queue::nobody_waits() {
+  std::lock_guard lock(file_mutex_);
+  if (++turns_ % turns_between_two_names == 0) return false;
+  Told told{};
+  if (fd_ < 0 || pread(fd_, &told, sizeof told, told_at) != ssize_t{sizeof told} || told.magic != magic) return false;
+  const std::chrono::nanoseconds since(now() - told.at);
+  return since >= waiting_is_over_after;
+}
+
+void Writer_Queue::tell_of_waiting() {
+  std::lock_guard lock(file_mutex_);
+  if (!file_is_open() && !open_file()) return;
+  const Told told{magic, now()};
+  [[maybe_unused]] const ssize_t written = pwrite(fd_, &told, sizeof told, told_at);  // else a courtesy less
+}
+
 bool Writer_Queue::lock_file(Back_Off& back_off) {
+  if (back_off.has_paused()) tell_of_waiting();
   const bool may_pass = Back_Off::Clock::now() - stood_in_line_ < passing_time;
   bool someone_has_it = false;
   if (may_pass && try_lock_file(0, 1, &someone_has_it)) return true;
@@ -126,6 +158,7 @@ bool Writer_Queue::stand_in_line(Back_Off& back_off) {
     leave_places(1, last_place);
     return true;
   }
+  tell_of_waiting();
   for (int place = last_place; someone_has_it && place >= 0;) {
     if (try_lock_file(place, 1, &someone_has_it)) {
       if (place < last_place) leave_places(place + 1, 1);
@@ -133,6 +166,8 @@ bool Writer_Queue::stand_in_line(Back_Off& back_off) {
       someone_has_it = true;
     } else if (!someone_has_it || !back_off.pause(pause_of_a_place * std::min(place + 1, longest_pause))) {
       break;
+    } else {
+      tell_of_waiting();
     }
   }
   unlock_file(true);
@@ -174,10 +209,12 @@ bool Writer_Queue::file_is_open() {
 bool Writer_Queue::open_file() {
   // Who may not write the hive makes no file beside it either.
   if (file_.empty() || faccessat(AT_FDCWD, hive_file_.c_str(), W_OK, AT_EACCESS) != 0) return false;
-  struct stat file;
+  struct stat file {};
   fd_ = open_queue(file_.c_str(), mode_, hive_file_);
   if (fd_ < 0) return false;
   if (fstat(fd_, &file) == 0) opened_ = {file.st_dev, file.st_ino};
+  const Told nobody{magic, 0};
+  [[maybe_unused]] const ssize_t told = file.st_size <= told_at ? pwrite(fd_, &nobody, sizeof nobody, told_at) : 0;
   return true;
 }
 

@@ -3,6 +3,12 @@
 // and the first place is the turn. It makes waiting fair and is only a courtesy: who does not get it in time, or may
 // not have the file, writes without it.
 //
+// Between processes nobody needs the turn while nobody waits: SQLite lets one write. Who is turned away by it, or
+// stands in the line, says so in the file, and everybody takes his turn until that was long ago.
+//
+//   file = byte*64 magic told     of 64 bits each, as the machine has them; told: when, on its steady clock, in ns;
+//                                 the bytes are of the last orderly end, see unclean_end.h
+//
 // Who has just had the turn may take it again, past those who wait, for a moment: going to sleep and waking up for each
 // write would cost more than the write.
 //
@@ -33,10 +39,12 @@ class Writer_Queue {
   // One turn; given back by its end.
   class Turn {
    public:
-    Turn(Writer_Queue& queue, Back_Off& back_off);
+    enum Length {
+      of_operation,
+      of_batch,  // needed in any case; the file may be closed behind our back meanwhile
+    };
+    Turn(Writer_Queue& queue, Back_Off& back_off, Length length);
     ~Turn();
-    // It lasts longer than an operation: the file may be closed behind our back meanwhile.
-    void be_long() { is_long_ = true; }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
@@ -44,7 +52,7 @@ class Writer_Queue {
     Writer_Queue& queue_;
     bool has_turn_ = false;
     bool has_lock_ = false;
-    bool is_long_ = false;
+    const Length length_;
   };
 
   // Around a fork: before it the descriptor is closed, after it both processes open their own.
@@ -57,6 +65,8 @@ class Writer_Queue {
   void end_turn();
   // Tries until the time is over. False: on without it.
   bool lock_file(Back_Off& back_off);
+  bool nobody_waits();
+  void tell_of_waiting();
   bool stand_in_line(Back_Off& back_off);
   bool try_lock_file(int first_place, int places, bool* out_someone_has_it);
   void leave_places(int first_place, int places);
@@ -79,6 +89,7 @@ class Writer_Queue {
   mode_t mode_ = 0;
   int fd_ = -1;
   File_Identity opened_;
+  unsigned turns_ = 0;
 };
 
 }  // namespace hive

@@ -79,13 +79,15 @@ ssize_t read_header(const std::string& file, Header& header, bool* out_shares_me
   return size;
 }
 
-bool is_made(Connection& connection) {
+// What a statement finds first.
+int number_of(Connection& connection, const char* text) {
   sqlite3_stmt* statement = nullptr;
-  int code = sqlite3_prepare_v2(connection.handle(), "PRAGMA user_version", -1, &statement, nullptr);
-  bool made = code == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW && sqlite3_column_int(statement, 0) != 0;
+  int code = sqlite3_prepare_v2(connection.handle(), text, -1, &statement, nullptr);
+  const bool found = code == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW;
+  const int number = found ? sqlite3_column_int(statement, 0) : 0;
   code = sqlite3_finalize(statement);
   if (code != SQLITE_OK) connection.note(code);
-  return made;
+  return number;
 }
 
 void insert_root(Connection& connection, mode_t mode) {
@@ -126,13 +128,15 @@ Status look_at_file(const std::string& file, std::uint32_t newest, File_Look* ou
 
 Status make_hive(Connection& connection, mode_t root_mode) {
   return in_transaction(connection, Access::write, [&](Connection&) {
-    if (is_made(connection)) return connection.status();
+    if (number_of(connection, "PRAGMA user_version") != 0) return connection.status();
     if (connection.run_text(schema) != Status::ok) return connection.status();
     insert_root(connection, root_mode);
     insert_meta(connection);
     return connection.status();
   });
 }
+
+bool is_empty(Connection& connection) { return number_of(connection, "PRAGMA page_count") == 0; }
 
 Status use_log(Connection& connection) { return connection.run_text("PRAGMA journal_mode = WAL"); }
 

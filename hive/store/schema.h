@@ -24,6 +24,8 @@ struct File_Look {
 // Looks at a file that no connection of this process has open: ok, or why it is no hive to be used.
 Status look_at_file(const std::string& file, std::uint32_t newest_version, File_Look* out, std::string* reason);
 
+// Whether nothing is in the file, once what somebody left half done was undone.
+bool is_empty(Connection& connection);
 // Makes a hive of an empty file, unless another process has just done so.
 Status make_hive(Connection& connection, mode_t root_mode);
 // Changes go through a log from now on.

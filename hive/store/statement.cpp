@@ -11,7 +11,9 @@ const char* address(const void* data) { return data == nullptr ? "" : static_cas
 }  // namespace
 
 Statement::Statement(Connection& connection, Query query)
-    : connection_(connection), statement_(connection.prepared(query)), runs_after_failure_(query == Query::rollback) {}
+    : connection_(connection), statement_(connection.prepared(query)), runs_after_failure_(query == Query::rollback) {
+  settle_growth(connection, query);
+}
 
 Statement::~Statement() {
   if (statement_ == nullptr) return;

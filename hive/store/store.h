@@ -22,9 +22,17 @@
 
 namespace hive {
 
+// Whether the names of a hive's files still stand for those that are open.
+enum class Names {
+  to_be_asked,
+  right,  // they were asked, and do
+  known,  // to do: nothing is to be asked
+};
+
 // What came up while a hive was used: why it could not be (empty when it could), and lines to be said about
 // it once no mutex is held.
 struct Findings {
+  Names names = Names::to_be_asked;  // as the caller knows them; to_be_asked becomes right
   std::string reason;
   std::vector<std::string> lines;
   Logged_Changes logged;  // by the transaction, if it was kept
@@ -87,6 +95,7 @@ class Store {
   Store() = default;
 
   Status ready(Access access, const Hive_Traits& traits, Findings& findings);
+  bool is_connection_good(Findings& findings) const;
   Status open(const Hive_Traits& traits, Findings& findings);
   Status open_file(const Hive_Traits& traits, Findings& findings);
   Status open_in_presence(const Hive_Traits& traits, Findings& findings);

@@ -26,7 +26,6 @@ Status Store::join(std::unique_ptr<Writer_Queue::Turn> turn, const Hive_Traits& 
   connection_->begin_batch(part);
   batch_ = part;
   batch_turn_ = std::move(turn);
-  batch_turn_->be_long();
   *out = std::move(part);
   return Status::ok;
 }
@@ -54,18 +53,18 @@ class Store::Operation {
 Status Store::run_within(const std::shared_ptr<Batch_Part>& part, Transaction_Body body, Findings& findings) {
   std::lock_guard lock(mutex_);
   if (batch_ != part) return Status::batch_lost;
-  if (!connection_->intact()) {
-    close();
-    return Status::batch_lost;
-  }
-  Connection::Use use(*connection_);
-  connection_->clear_failure();
   Status status = Status::ok;
   {
+    Connection::Use use(*connection_, Recording::of_unknown_descriptors);
+    connection_->clear_failure();
     Operation operation(*this);
     status = body(*connection_);
     operation.ended(status);
     status = connection_->failed_or(status);
+  }
+  if (connection_->failure().code != 0 && !connection_->still_holds()) {
+    close();
+    return Status::batch_lost;
   }
   return finish_run(status, findings);
 }

@@ -39,7 +39,7 @@ bool writable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str()
 
 // A connection that is there and can be trusted; for writing one that may write.
 Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings) {
-  if (connection_ != nullptr && !connection_->intact()) close();
+  if (connection_ != nullptr && !is_connection_good(findings)) close();
   if (connection_ != nullptr && access == Access::write && connection_->read_only()) close();
   if (connection_ == nullptr) {
     Status status = open(traits, findings);
@@ -55,6 +55,14 @@ Status Store::ready(Access access, const Hive_Traits& traits, Findings& findings
   if (access != Access::write || !connection_->read_only()) return Status::ok;
   if (connection_->mode() == Connection::Mode::immutable) close();
   return Status::denied;
+}
+
+// Where nobody shares memory the folder may be one that others see later.
+bool Store::is_connection_good(Findings& findings) const {
+  if (findings.names == Names::known) return connection_->still_holds();
+  if (!connection_->intact()) return false;
+  if (connection_->mode() == Connection::Mode::shared) findings.names = Names::right;
+  return true;
 }
 
 Status Store::open(const Hive_Traits& traits, Findings& findings) {
@@ -114,11 +122,17 @@ Status Store::open_shared(const File_Look& look, const Hive_Traits& traits, Find
   status = Connection::open(file_, Connection::Mode::shared, &connection_, &findings.reason);
   if (status != Status::ok) return status;
   Connection::Use use(*connection_);
-  if (look.empty && connection_->read_only()) {
+  // Who was killed while making it has left what is undone now, by our first look through SQLite.
+  const bool empty = look.empty || (!look.has_log && is_empty(*connection_));
+  if (connection_->status() != Status::ok) {
+    findings.reason = text_of(connection_->failure());
+    return connection_->status();
+  }
+  if (empty && connection_->read_only()) {
     findings.reason = "an empty file that may not be written";
     return Status::denied;
   }
-  if (look.empty) status = make_hive(*connection_, traits.root_mode);
+  if (empty) status = make_hive(*connection_, traits.root_mode);
   // A log survives a power loss with less than a journal does.
   if (status == Status::ok && !look.shares_memory) status = connection_->run_text("PRAGMA synchronous = FULL");
   bool may_have_log = look.shares_memory && !connection_->read_only();

@@ -2,13 +2,19 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 namespace hive {
@@ -21,6 +27,16 @@ thread_local Descriptors* recorder = nullptr;
 thread_local bool abandoning = false;
 thread_local int system_error = 0;
 thread_local bool log_was_taken_over = false;
+
+// The head of a frame, which waits for its page.
+constexpr size_t size_of_frame_head = 24;
+struct Frame_Head {
+  int fd = -1;  // none
+  off_t place = 0;
+  std::array<unsigned char, size_of_frame_head> bytes{};
+};
+thread_local Frame_Head frame_head;
+thread_local off_t last_read = -1;  // where, before the next write
 
 // SQLite's own functions, as they were before ours were put in front of them.
 struct System_Calls {
@@ -41,6 +57,13 @@ struct System_Calls {
 };
 System_Calls real;
 
+// Whether the descriptor may be used; errno when not.
+bool may_touch(int fd) {
+  if (recorder == nullptr || recorder->is_ours(fd)) return true;
+  errno = EBADF;
+  return false;
+}
+
 template <typename Result>
 Result noting_failure(Result result) {
   if (result < 0) system_error = errno;
@@ -50,7 +73,7 @@ Result noting_failure(Result result) {
 int open_above_standard(const char* path, int flags, int mode) {
   if (abandoning) return -1;
   int fd = noting_failure(above_standard(real.open(path, flags | O_CLOEXEC, mode)));
-  if (fd >= 0 && recorder != nullptr) recorder->opened(fd);
+  if (fd >= 0 && recorder != nullptr) recorder->opened(fd, path);
   return fd;
 }
 
@@ -65,29 +88,71 @@ int control(int fd, int command, ...) {
   va_start(arguments, command);
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
-  return abandoning ? 0 : real.fcntl(fd, command, argument);
+  if (abandoning) return 0;
+  return may_touch(fd) ? real.fcntl(fd, command, argument) : -1;
 }
 
-int truncate(int fd, off_t size) { return abandoning ? 0 : noting_failure(real.ftruncate(fd, size)); }
+int truncate(int fd, off_t size) {
+  if (abandoning) return 0;
+  return noting_failure(may_touch(fd) ? real.ftruncate(fd, size) : -1);
+}
 
-ssize_t read_file(int fd, void* data, size_t size) { return abandoning ? 0 : real.read(fd, data, size); }
+ssize_t read_file(int fd, void* data, size_t size) {
+  if (abandoning) return 0;
+  return may_touch(fd) ? real.read(fd, data, size) : -1;
+}
+
+// SQLite has been told that it is written. False: it could not be.
+bool write_held_head() {
+  if (frame_head.fd < 0) return true;
+  const int fd = std::exchange(frame_head.fd, -1);
+  return pwrite(fd, frame_head.bytes.data(), size_of_frame_head, frame_head.place) == ssize_t{size_of_frame_head};
+}
 
 template <ssize_t (*System_Calls::*call)(int, void*, size_t, off_t)>
 ssize_t read_at(int fd, void* data, size_t size, off_t place) {
-  return abandoning ? 0 : (real.*call)(fd, data, size, place);
+  if (abandoning) return 0;
+  last_read = place;
+  return may_touch(fd) && write_held_head() ? (real.*call)(fd, data, size, place) : -1;
 }
 
 ssize_t write_file(int fd, const void* data, size_t size) {
-  return abandoning ? static_cast<ssize_t>(size) : noting_failure(real.write(fd, data, size));
+  if (abandoning) return static_cast<ssize_t>(size);
+  return noting_failure(may_touch(fd) ? real.write(fd, data, size) : -1);
+}
+
+// Only before its page comes: who sums up frames anew reads each and writes its head alone.
+bool hold_frame_head(int fd, const void* data, size_t size, off_t place) {
+  const bool is_written_alone = std::exchange(last_read, -1) == place;
+  if (size != size_of_frame_head || is_written_alone || recorder == nullptr || !recorder->is_log(fd)) return false;
+  frame_head.fd = fd;
+  frame_head.place = place;
+  std::memcpy(frame_head.bytes.data(), data, size);
+  return true;
+}
+
+// What of the page was written; a head alone is no frame.
+ssize_t write_frame(const void* page, size_t size) {
+  const std::array<iovec, 2> parts{iovec{frame_head.bytes.data(), size_of_frame_head},
+                                   iovec{const_cast<void*>(page), size}};
+  const ssize_t written = pwritev(std::exchange(frame_head.fd, -1), parts.data(), parts.size(), frame_head.place);
+  return written < 0 ? written : std::max<ssize_t>(written - ssize_t{size_of_frame_head}, 0);
 }
 
 template <ssize_t (*System_Calls::*call)(int, const void*, size_t, off_t)>
 ssize_t write_at(int fd, const void* data, size_t size, off_t place) {
-  return abandoning ? static_cast<ssize_t>(size) : noting_failure((real.*call)(fd, data, size, place));
+  if (abandoning) return static_cast<ssize_t>(size);
+  if (!may_touch(fd)) return noting_failure(ssize_t{-1});
+  const bool is_page_of_frame = frame_head.fd == fd && place == frame_head.place + off_t{size_of_frame_head};
+  if (is_page_of_frame) return noting_failure(write_frame(data, size));
+  if (!write_held_head()) return noting_failure(ssize_t{-1});
+  if (hold_frame_head(fd, data, size, place)) return static_cast<ssize_t>(size);
+  return noting_failure((real.*call)(fd, data, size, place));
 }
 
 int allocate(int fd, off_t place, off_t size) {
-  return abandoning ? 0 : noting_failure(real.fallocate(fd, place, size));
+  if (abandoning) return 0;
+  return noting_failure(may_touch(fd) ? real.fallocate(fd, place, size) : -1);
 }
 
 int change_mode(int fd, mode_t mode) { return abandoning ? 0 : real.fchmod(fd, mode); }
@@ -133,11 +198,31 @@ bool still_there(const Descriptor& descriptor) {
   return fstat(descriptor.fd, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == descriptor.file;
 }
 
+// Puts the offset where that of no other file is. -1 where the file system has no such place.
+off_t mark(int fd) {
+  constexpr off_t first = off_t{1} << 40;
+  constexpr int bits_of_count = 20;
+  static std::atomic<std::uint32_t> count{0};
+  static const auto of_process = [] {
+    std::uint16_t number = 0;
+    [[maybe_unused]] const ssize_t size = getrandom(&number, sizeof number, GRND_NONBLOCK);
+    return off_t{number} << bits_of_count;
+  }();
+  const off_t place = first + of_process + ++count % (1u << bits_of_count);
+  return lseek(fd, place, SEEK_SET) == place ? place : -1;
+}
+
+bool stands_at_mark(const Descriptor& descriptor) {
+  return descriptor.mark < 0 ? still_there(descriptor) : lseek(descriptor.fd, 0, SEEK_CUR) == descriptor.mark;
+}
+
 }  // namespace
 
-void Descriptors::opened(int fd) {
+void Descriptors::opened(int fd, const char* path) {
   struct stat file;
-  if (fstat(fd, &file) == 0) list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink});
+  if (fstat(fd, &file) != 0) return;
+  const bool is_log = std::string_view(path).ends_with("-wal");
+  list_.push_back({fd, {file.st_dev, file.st_ino}, file.st_nlink, is_log, true, mark(fd)});
 }
 
 void Descriptors::closed(int fd) {
@@ -152,6 +237,24 @@ bool Descriptors::intact() const {
   });
 }
 
+bool Descriptors::are_ours() const { return std::all_of(list_.begin(), list_.end(), &stands_at_mark); }
+
+bool Descriptors::is_ours(int fd) {
+  const auto found = std::find_if(list_.begin(), list_.end(), [fd](const Descriptor& each) { return each.fd == fd; });
+  if (found == list_.end()) return true;
+  found->is_known = found->is_known || stands_at_mark(*found);
+  return found->is_known;
+}
+
+void Descriptors::set_known(bool known) {
+  for (Descriptor& descriptor : list_) descriptor.is_known = known;
+}
+
+bool Descriptors::is_log(int fd) const {
+  return std::any_of(list_.begin(), list_.end(),
+                     [fd](const Descriptor& descriptor) { return descriptor.fd == fd && descriptor.is_log; });
+}
+
 void Descriptors::close_own() {
   for (const Descriptor& descriptor : list_) {
     if (still_there(descriptor) && (fcntl(descriptor.fd, F_GETFD) & FD_CLOEXEC) != 0) ::close(descriptor.fd);
@@ -164,7 +267,10 @@ bool Descriptors::sync() const {
                      [](const Descriptor& descriptor) { return fdatasync(descriptor.fd) == 0; });
 }
 
-Recording::Recording(Descriptors& descriptors) : before_(recorder) { recorder = &descriptors; }
+Recording::Recording(Descriptors& descriptors, Kind kind) : before_(recorder) {
+  descriptors.set_known(kind == of_known_descriptors);
+  recorder = &descriptors;
+}
 
 Recording::~Recording() { recorder = before_; }
 

@@ -4,6 +4,7 @@
 //   their numbers;
 // - such a connection can be closed without touching a descriptor (Abandoning);
 // - the reason of a failed write is kept, which SQLite does not always pass on;
+// - the head of a frame of the log and its page, which SQLite writes one after the other, go in one call;
 // - no descriptor of ours is 0, 1 or 2, which a program may expect to be its next one.
 //
 // Recording and Abandoning hold for the calling thread while they live.
@@ -27,15 +28,24 @@ struct Descriptor {
   int fd;
   File_Identity file;
   nlink_t links;
+  bool is_log;
+  bool is_known;  // to be ours, as long as it is recorded
+  off_t mark;     // where its file offset stands, which SQLite has no use for and no other descriptor shares; or -1
 };
 
 // The descriptors that a connection has open.
 class Descriptors {
  public:
-  void opened(int fd);
+  void opened(int fd, const char* path);
   void closed(int fd);
   // True when each is still the file it was, with as many links as it had.
   bool intact() const;
+  // True when none was closed and its number given to another file; says nothing of names.
+  bool are_ours() const;
+  // The same for one of them, once after each forgetting.
+  bool is_ours(int fd);
+  void set_known(bool known);
+  bool is_log(int fd) const;
   // Closes those that are still the files they were; for a connection that was abandoned.
   void close_own();
   // Writes what a descriptor's file holds to the disk; true when that went well for each.
@@ -48,7 +58,11 @@ class Descriptors {
 
 class Recording {
  public:
-  explicit Recording(Descriptors& descriptors);
+  enum Kind {
+    of_known_descriptors,    // each is known to be ours
+    of_unknown_descriptors,  // each is asked before its first use; what is another file by now is not touched
+  };
+  Recording(Descriptors& descriptors, Kind kind);
   ~Recording();
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;

@@ -3,18 +3,17 @@
 #include <fcntl.h>
 #include <kelvane/advapi32.h>
 #include <kelvane/process.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
-#include <vector>
 
+#include "impl/endpoint/endpoint_files.h"
+#include "impl/endpoint/folder_state.h"
+#include "impl/endpoint/port_address.h"
 #include "impl/wire/unique_fd.h"
 
 namespace impl::client {
@@ -22,25 +21,20 @@ namespace {
 
 using wire::Unique_Fd;
 
-constexpr std::size_t longest_port_name = 4095;
-constexpr std::size_t room_beside_variables = 4096;
-constexpr mode_t writable_by_others = S_IWGRP | S_IWOTH;
 constexpr const char* machine_settings = "/etc/kelvane.conf";
 
-std::size_t length_of_variable(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? 0 : std::strlen(value);
+// The folder that the machine's settings name, or "".
+std::string machine_core_data() {
+  constexpr std::size_t longest_line = 1024;
+  char folder[longest_line] = "";
+  return access(machine_settings, R_OK) == 0 && KvICalculateCoreDataDirectory(folder) == 1 ? folder : "";
 }
 
 // The folder of core data, or "": asked for only when asking does not end the process and tells nothing.
 std::string core_data_folder() {
-  const bool is_named = KvIsProfessionalRegistryMode() != 0
-                            ? std::getenv("HOME") != nullptr || std::getenv("KVCORE_PRIVATE_DATA") != nullptr
-                            : access(machine_settings, R_OK) == 0;
-  if (!is_named) return "";
-  std::vector<char> folder(room_beside_variables + length_of_variable("HOME") +
-                           length_of_variable("KVCORE_PRIVATE_DATA"));
-  return KvICalculateCoreDataDirectory(folder.data()) == 1 ? std::string(folder.data()) : "";
+  if (KvIsProfessionalRegistryMode() == 0) return machine_core_data();
+  const bool is_named = std::getenv("HOME") != nullptr || std::getenv("KVCORE_PRIVATE_DATA") != nullptr;
+  return is_named ? core_data_name() : "";
 }
 
 std::optional<struct stat> state_of(const std::string& file) {
@@ -82,59 +76,29 @@ std::string name_in_folder(const std::string& file) {
 // "" or why the folder is not to be trusted.
 std::string fault_of_folder(const struct stat& folder, const struct stat& file) {
   if (!is_trusted(folder.st_uid)) return " lies in a folder of another user";
-  if ((folder.st_mode & writable_by_others) == 0) return "";
-  if ((folder.st_mode & S_ISVTX) == 0) return " lies in a folder that others may write to";
-  return is_trusted(file.st_uid) && (file.st_mode & writable_by_others) == 0 ? "" : " may be another user's";
-}
-
-// The first line of the endpoint file.
-bool read_port_name(int fd, std::string* out) {
-  char line[longest_port_name + 1];
-  const ssize_t size = read(fd, line, longest_port_name);
-  if (size <= 0) return false;
-  line[size] = '\0';
-  out->assign(line, strcspn(line, "\n"));
-  return !out->empty();
-}
-
-// A name that is too long for an address is reached through the descriptor of its folder.
-int connect_to(int fd, const std::string& port) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  Unique_Fd folder;
-  std::string name = port;
-  if (name.size() >= sizeof address.sun_path) {
-    folder = Unique_Fd(open(folder_of(port).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) return errno;
-    name = "/proc/self/fd/" + std::to_string(folder.get()) + "/" + name_in_folder(port);
-    if (name.size() >= sizeof address.sun_path) return ENAMETOOLONG;
-  }
-  std::memcpy(address.sun_path, name.c_str(), name.size() + 1);
-  return connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+  if (!is_writable_by_others(folder)) return "";
+  if (!keeps_files_apart(folder)) return " lies in a folder that others may write to";
+  return is_trusted(file.st_uid) && !is_writable_by_others(file) ? "" : " may be another user's";
 }
 
 Meeting meet_at(const std::string& port) {
   Meeting meeting;
-  meeting.socket = Own_Socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  meeting.socket = Own_Socket(port_socket());
   if (!meeting.socket.is_open()) return absent("no socket", errno);
-  if (const int error = connect_to(meeting.socket.fd(), port); error != 0) return absent(port, error);
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  if (getsockopt(meeting.socket.fd(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return absent(port, errno);
-  if (!is_trusted(peer.uid)) return refused("user " + std::to_string(peer.uid) + " answers at " + port);
+  if (!connect_socket(meeting.socket.fd(), port)) return absent(port, errno);
+  const std::optional<uid_t> user = user_at(meeting.socket.fd());
+  if (!user) return absent(port, errno);
+  if (!is_trusted(*user)) return refused("user " + std::to_string(*user) + " answers at " + port);
   return meeting;
 }
 
 }  // namespace
 
 std::string endpoint_file() {
-  if (KvIsProfessionalRegistryMode() == 0) return std::string(KvTmpDir(0)) + "/kv/regss";
-  const std::optional<struct stat> core_data = state_of(core_data_folder());
-  if (!core_data) return "";
-  char identity[64];
-  std::snprintf(identity, sizeof identity, "%lx:%lld", static_cast<unsigned long>(core_data->st_dev),
-                static_cast<long long>(core_data->st_ino));
-  return std::string(KvTmpDir(0)) + "/regss" + identity;
+  if (KvIsProfessionalRegistryMode() == 0) return machine_endpoint().endpoint_file;
+  Endpoint_Files files;
+  const std::string core_data = core_data_folder();
+  return !core_data.empty() && user_endpoint_of(core_data, &files) ? files.endpoint_file : "";
 }
 
 const char* start_command() { return KvIsProfessionalRegistryMode() == 0 ? "regss --machine" : "regss --user"; }
@@ -151,9 +115,8 @@ Meeting meet_server(const std::string& file) {
   if (!S_ISREG(file_state.st_mode)) return refused(file + " is no file");
   const std::string fault = fault_of_folder(folder_state, file_state);
   if (!fault.empty()) return refused(file + fault);
-  std::string port;
-  if (!read_port_name(endpoint.get(), &port)) return absent(file + " names no port", ENOENT);
-  return meet_at(port);
+  const std::string port = port_named_in(endpoint.get());
+  return port.empty() ? absent(file + " names no port", ENOENT) : meet_at(port);
 }
 
 }  // namespace impl::client

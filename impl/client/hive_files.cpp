@@ -77,6 +77,11 @@ bool has_log(const std::string& file) {
 
 }  // namespace
 
+bool is_whole_file(int fd) {
+  struct stat found;
+  return fstat(fd, &found) == 0 && S_ISREG(found.st_mode);
+}
+
 DWORD write_new_file(const std::string& file, int content) {
   const Unique_Fd made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, owner_reads_and_writes));
   if (!made) return code_of_errno(errno);

@@ -10,6 +10,9 @@
 
 namespace impl::client {
 
+// Whether a descriptor is a file's: a device may have no end, and what is none may keep its reader waiting.
+bool is_whole_file(int fd);
+
 // A new file for this user alone with what a descriptor holds, on the disk to stay. ERROR_ALREADY_EXISTS when something
 // stands there; what was begun is removed again on a failure.
 DWORD write_new_file(const std::string& file, int content);

@@ -19,7 +19,7 @@ std::string file_name(wire::Bytes bytes) {
 DWORD put_image(DWORD code, wire::Memory memory, std::vector<BYTE>* out) {
   out->clear();
   if (code != ERROR_SUCCESS || memory.fd < 0) return code;
-  return read_all(memory.fd, out) ? ERROR_SUCCESS : wrong_answer;
+  return is_whole_file(memory.fd) && read_all(memory.fd, out) ? ERROR_SUCCESS : wrong_answer;
 }
 
 }  // namespace
@@ -29,7 +29,7 @@ DWORD Client_Service::save_key(HKEY key, const char* file) {
       key, 0, {},
       [&](const auto& answer) -> DWORD {
         if (answer.code != ERROR_SUCCESS) return answer.code;
-        return answer.hive.fd < 0 ? wrong_answer : write_new_file(file, answer.hive.fd);
+        return is_whole_file(answer.hive.fd) ? write_new_file(file, answer.hive.fd) : wrong_answer;
       },
       Rights::of_handle, Length::whole_hives);
 }
@@ -59,7 +59,7 @@ DWORD Client_Service::backup(const char* path) {
         if (code == ERROR_SUCCESS) code = make_backup_folder(folder);
         for (const wire::Hive_File& each : answer.files) {
           const std::string name = file_name(each.name);
-          if (name.empty()) return wrong_answer;
+          if (name.empty() || !is_whole_file(each.file.fd)) return wrong_answer;
           if (code == ERROR_SUCCESS) code = replace_file(folder + "/" + name, each.file.fd);
         }
         return code;

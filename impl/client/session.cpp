@@ -243,10 +243,11 @@ DWORD Sessions::begin(Session& session, Connection& connection, Deadline deadlin
   decltype(session.id) id{};
   std::shared_ptr<const Change_View> changes;
   auto exchange = client::exchange<wire::Begin_Session>(question, [&](const auto& answer) -> DWORD {
-    if (answer.code == ERROR_SUCCESS && answer.session.size() != id.size()) return wrong_answer;
+    if (answer.code != ERROR_SUCCESS) return answer.code;
+    if (answer.session.size() != id.size()) return wrong_answer;
     std::copy(answer.session.begin(), answer.session.end(), id.begin());
     if (!joins) changes = Change_View::of(answer.page);
-    return answer.code;
+    return ERROR_SUCCESS;
   });
   const auto left = std::max(std::chrono::duration_cast<milliseconds>(deadline - Clock::now()), milliseconds(1));
   DWORD code = ERROR_SUCCESS;

@@ -116,15 +116,15 @@ DWORD perform(Caller& caller, wire::Backup::Question&, wire::Backup::Answer* out
 
 DWORD perform(Caller& caller, wire::User_Image::Question&, wire::User_Image::Answer* out) {
   if (caller.is_in_batch()) return ERROR_TRANSACTION_REQUEST_NOT_VALID;
-  return do_later(
-      caller, out,
-      [&registry = caller.core.registry(), user = caller.peer().user](wire::User_Image::Answer* out, Scratch& scratch) {
-        std::vector<unsigned char> image;
-        const hive::Status status = registry.image_of_user(user, &image);
-        if (status != hive::Status::ok) return code_of(status);
-        out->image.fd = scratch.keep(wire::seal(image));
-        return out->image.fd < 0 ? code_of_errno(errno) : DWORD{ERROR_SUCCESS};
-      });
+  return do_later(caller, out,
+                  [&registry = caller.core.registry(), user = caller.peer().user, group = caller.peer().group](
+                      wire::User_Image::Answer* out, Scratch& scratch) {
+                    std::vector<unsigned char> image;
+                    const hive::Status status = registry.image_of_user(user, group, &image);
+                    if (status != hive::Status::ok) return code_of(status);
+                    out->image.fd = scratch.keep(wire::seal(image));
+                    return out->image.fd < 0 ? code_of_errno(errno) : DWORD{ERROR_SUCCESS};
+                  });
 }
 
 }  // namespace impl::server

@@ -12,7 +12,7 @@ namespace {
 hive::Status open_root(Caller& caller, hive::Root root, hive::Key* out) {
   const bool is_user = root == hive::Root::current_user || root == hive::Root::users;
   hive::Status status = hive::Status::ok;
-  if (is_user) status = caller.core.registry().open_user(caller.peer().user, out);
+  if (is_user) status = caller.core.registry().open_user(caller.peer().user, caller.peer().group, out);
   if (status == hive::Status::ok && root != hive::Root::current_user) {
     status = caller.core.registry().open_root(root, out);
   }

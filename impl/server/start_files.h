@@ -1,20 +1,12 @@
-// Where a registry's server and its clients meet: the pid file, whose first byte is the lock of start-up, and the
-// endpoint file, which holds the name of the port. The names are those of kelvane/registry_server.h, which tells them
-// for the mode of the process; here both kinds can be had in one process, and nothing is made or opened.
+// What a server's side knows of its endpoint: the pid file, whose first byte is the lock of start-up, the endpoint
+// file, which holds the name of the port, and whether the folder may be used.
 #pragma once
 
 #include <string>
 
+#include "impl/endpoint/endpoint_files.h"
+
 namespace impl {
-
-struct Endpoint_Files {
-  std::string folder;  // where ports are made
-  std::string pid_file;
-  std::string endpoint_file;
-};
-
-// The one server of the machine.
-Endpoint_Files machine_endpoint();
 
 // The server of a core data directory, which is made when it is missing, for the user alone. False with the reason when
 // it cannot be had.

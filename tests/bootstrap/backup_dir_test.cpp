@@ -31,6 +31,22 @@ Child_Result backup_folder(const std::vector<std::string>& variables, int size =
   });
 }
 
+// In a child: a registry whose log shows what has level 0 only.
+void choose_lowest_log_level() {
+  kvrecording::Control& recording = choose_recording();
+  init_advapi32();
+  recording.script("KvIRegCreateKeyEx", [](const kvrecording::Call& call) {
+    call.store("out_key", reinterpret_cast<HKEY>(uintptr_t{0x5151}));
+    return 0;
+  });
+  recording.script("KvIRegQueryValueEx", [](const kvrecording::Call& call) {
+    call.store("out_type", DWORD{REG_DWORD});
+    call.store("data_size", DWORD{4});
+    call.write("data", std::string(4, '\0'));
+    return 0;
+  });
+}
+
 std::string path_of(size_t length) { return std::string("/").append(length - 1, 'p'); }
 
 TEST(BackupFolder, IsTheOneThatIsSet) {
@@ -104,6 +120,21 @@ TEST(BackupFolder, ADefaultPathOf4097CharactersEndsTheProcess) {
   EXPECT_EQ(without_times(child.out),
             "TIME  [# 1] ->\n" + path_of(4081) + "/registry_backup path too long, set KVREG_BACKUP_DIR.\n");
   EXPECT_EQ(child.err, "");
+}
+
+TEST(BackupFolder, SaysThatItsPathIsTooLongAlsoToALogOfTheLowestLevel) {
+  const Child_Result child = run_child([] {
+    choose_lowest_log_level();
+    make_exit_return();
+    unsetenv("KVREG_BACKUP_DIR");
+    setenv("KVUSER_DIRECTORY", path_of(4081).c_str(), 1);
+    int size = 0;
+    KvGetRegistryBackupDir(nullptr, &size);
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(without_times(child.out), "TIME  [# 1] ->\n" + path_of(4081) +
+                                          "/registry_backup path too long, set KVREG_BACKUP_DIR.\n"
+                                          "KvExit 1\n");
 }
 
 TEST(BackupFolder, ASetPathIsTakenWhereTheDefaultWouldBeTooLong) {

@@ -92,6 +92,18 @@ TEST(ProfessionalCoreData, AHostNameOfSixtyFourCharactersEndsInTime) {
   EXPECT_EQ(child.out, "/p/professional/ ended");
 }
 
+TEST(ProfessionalCoreData, EndsInASlashWithoutAHostName) {
+  const Child_Result child = run_child([] {
+    forget_host();
+    setenv("KVCORE_PRIVATE_DATA", "/p", 1);
+    char folder[4096] = "untouched";
+    const int result = KvICalculateProfessionalModeCoreDataDirectory(folder);
+    say("%d %s", result, folder);
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(child.out, "1 /p/professional/");
+}
+
 TEST(CoreData, IsTheProfessionalOneInEveryModeButZero) {
   for (const char* mode : {"1", "2", "3", "7"}) {
     const Child_Result child = core_data(KvICalculateCoreDataDirectory,

@@ -3,11 +3,14 @@
 #include <dlfcn.h>
 #include <kelvane/advapi32.h>
 #include <kelvane/bone.h>
+#include <kelvane/descriptor.h>
 #include <kelvane/heap.h>
 #include <kelvane/module.h>
+#include <kelvane/notify.h>
 #include <kelvane/process.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -17,11 +20,13 @@ namespace {
 bool steps_are_told = false;
 bool loads_are_told = false;
 bool lookups_are_told = false;
+bool heap_of_bones_is_told = false;
 bool kernel_blocks_are_told = false;
 bool conversions_are_told = false;
 bool questions_for_names_are_told = false;
 bool exit_returns = false;
 bool sleep_ends = false;
+bool has_host = true;
 bool has_thread_index = false;
 DWORD thread_index = 0;
 bool has_heap_init = false;
@@ -33,6 +38,26 @@ template <class Function>
 Function* real(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
+
+// A heap of bones that says when its bones are asked for and when it goes.
+class Told_Heap final : public Sequence {
+ public:
+  ~Told_Heap() override { kvtest::say("no heap of bones\n"); }
+  bool is_empty() const override { return count_ == 0; }
+  size_t count() const override { return count_; }
+  void apply(const Proc_Context& procedure) const override {
+    kvtest::say("each bone\n");
+    for (size_t i = 0; i < count_; ++i) procedure(bones_[i]);
+  }
+  void insert(Bone* element) override { bones_[count_++] = element; }
+  bool remove_first(Bone*& out_element) override { return (out_element = nullptr) != nullptr; }
+  bool remove(const Bone*) override { return false; }
+  Bone* at(size_t position) const override { return position < count_ ? bones_[position] : nullptr; }
+
+ private:
+  Bone* bones_[64] = {};
+  size_t count_ = 0;
+};
 
 }  // namespace
 
@@ -55,6 +80,8 @@ void tell_lookups() { lookups_are_told = true; }
 void tell_kernel_blocks() { kernel_blocks_are_told = true; }
 void tell_questions_for_names() { questions_for_names_are_told = true; }
 void tell_conversions() { conversions_are_told = true; }
+void tell_heap_of_bones() { heap_of_bones_is_told = true; }
+void forget_host() { has_host = false; }
 void end_at_sleep() { sleep_ends = true; }
 void make_exit_return() { exit_returns = true; }
 
@@ -78,6 +105,12 @@ void name_modules(const char* file, const char* program_name) {
 using kvtest::say;
 
 inline namespace kelvane {
+
+Sequence* Seq_Desc::make() const {
+  if (!heap_of_bones_is_told) return real<Sequence*(const Seq_Desc*)>("_ZNK7kelvane8Seq_Desc4makeEv")(this);
+  heap_of_bones_is_told = false;
+  return new Told_Heap;
+}
 
 KV_EXPORT void global_init(int on) {
   if (steps_are_told) say("global_init %d\n", on);
@@ -108,6 +141,18 @@ KV_EXPORT FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
 KV_EXPORT void InitializeCriticalSection(LPCRITICAL_SECTION section) {
   if (steps_are_told) say("section\n");
   real<void(LPCRITICAL_SECTION)>("InitializeCriticalSection")(section);
+}
+
+KV_EXPORT int KvRegisterNotificationHandler(int kind, NotifOp* handler) {
+  if (steps_are_told) say("handler %d\n", kind);
+  return real<int(int, NotifOp*)>("KvRegisterNotificationHandler")(kind, handler);
+}
+
+KV_EXPORT int gethostname(char* name, size_t size) {
+  if (has_host) return real<int(char*, size_t)>("gethostname")(name, size);
+  memset(name, 'x', size);
+  errno = EFAULT;
+  return -1;
 }
 
 KV_EXPORT DWORD TlsAlloc(void) {

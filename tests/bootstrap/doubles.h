@@ -21,8 +21,13 @@ void tell_loads();
 // From now on GetProcAddress says what is looked up.
 void tell_lookups();
 
+// The next sequence that is made, the heap of bones at a start, says when all its bones are asked for and when it goes.
+void tell_heap_of_bones();
+
 // TlsAlloc gives this index.
 void use_thread_index(DWORD index);
+// gethostname fails, and leaves its buffer full.
+void forget_host();
 // sleep says its seconds and ends the process with status 0.
 void end_at_sleep();
 // KvExit says its status and returns.

@@ -33,6 +33,7 @@ TEST(ProfileOfTheStart, IsOpenedBehindTheObjectModelAndAskedAboutTheHeapBehindTh
             "  (calls-log-file \"/dev/null\")\n"
             "load advapi32impl.dll\n"
             "section\n"
+            "handler 0\n"
             "  (number-of-allocs 0)\n"
             ";  (alloc-sizes nil)\t\tno list\n"
             "TlsAlloc\n"

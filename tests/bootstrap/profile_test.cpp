@@ -80,6 +80,22 @@ TEST_F(ProfileAtStartUp, LeavesOutSizesThatAreNone) {
   EXPECT_EQ(child.out, "malloc 1000020\n");
 }
 
+TEST_F(ProfileAtStartUp, TakesBlocksOfNoBytesForASizeThatNoBlockHas) {
+  std::string blocks;
+  for (int i = 0; i < 1000; ++i) blocks += "malloc 0\n";
+  for (const char* size : {"-1000010", "1.0e300", "0"}) {
+    put_here("(number-of-allocs 1000) (alloc-sizes " + std::string(size) + ")");
+    const Child_Result child = run_child([&] {
+      if (chdir(here().c_str()) != 0) _exit(3);
+      choose_witness("1");
+      tell_blocks(0, 0);
+      init_advapi32();
+    });
+    EXPECT_EQ(child.exit_status, 0) << child.err;
+    EXPECT_EQ(child.out.substr(0, blocks.size()), blocks) << size;
+  }
+}
+
 TEST_F(ProfileAtStartUp, SurvivesSettingsOfTheWrongType) {
   put_here("(calls-log-file 5) (profile-defaults-file (1 2)) (number-of-allocs x) (alloc-sizes [a (b 1)])");
   const Child_Result child = start();
@@ -102,6 +118,7 @@ TEST_F(ProfileAtStartUp, WarmsTheHeapBeforeItReservesItsThreadSlotAndBehindAllEl
             "library globals\n"
             "load advapi32impl.dll\n"
             "section\n"
+            "handler 0\n"
             "malloc 1000010\n"
             "malloc 1000020\n"
             "TlsAlloc\n"

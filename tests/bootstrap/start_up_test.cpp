@@ -15,6 +15,7 @@ const char* const started_in_process =
     "library globals\n"
     "load advapi32impl.dll\n"
     "section\n"
+    "handler 0\n"
     "TlsAlloc\n"
     "TlsSetValue 7 null\n";
 
@@ -76,7 +77,7 @@ TEST(StartUp, StoresNoValueWhenNoThreadIndexIsLeft) {
     init_advapi32();
   });
   EXPECT_EQ(child.exit_status, 0) << child.err;
-  EXPECT_EQ(child.out, "global_init 1\nlibrary globals\nload advapi32impl.dll\nsection\nTlsAlloc\n");
+  EXPECT_EQ(child.out, "global_init 1\nlibrary globals\nload advapi32impl.dll\nsection\nhandler 0\nTlsAlloc\n");
 }
 
 // The call log and the defaults of the profile.
@@ -144,6 +145,18 @@ TEST(ShutDown, GoesBackwardsThroughTheStart) {
   });
   EXPECT_EQ(child.exit_status, 0) << child.err;
   EXPECT_EQ(child.out, "no library globals\nglobal_init 0\n");
+}
+
+TEST(ShutDown, DeletesEachBoneThenTheirHeapThenTheRest) {
+  const Child_Result child = run_child([] {
+    choose_witness("1");
+    tell_heap_of_bones();
+    init_advapi32();
+    tell_steps();
+    KvDestroyAdvapi32();
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(child.out, "each bone\nno heap of bones\nno library globals\nglobal_init 0\n");
 }
 
 TEST(ShutDown, WithoutAStartOnlyEndsTheObjectModel) {

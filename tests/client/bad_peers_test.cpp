@@ -4,6 +4,7 @@
 #include <winbase.h>
 
 #include <chrono>
+#include <thread>
 
 #include "tests/client/scripted_peer.h"
 #include "tests/client/served.h"
@@ -157,6 +158,30 @@ TEST_F(Bad_Peers, ADeletionThatWasHeardTwiceIsDone) {
   EXPECT_EQ(asked, 3);
 }
 
+// Answers come when four questions wait: no client would be answered with fewer connections, nor has it more.
+TEST_F(Bad_Peers, CallsOfManyThreadsTakeTurnsOnFourConnections) {
+  std::vector<sd_bus_message*> waiting;  // the peer's thread's
+  Scripted_Peer peer(folder.path(), [&](sd_bus_message* question) {
+    waiting.push_back(sd_bus_message_ref(question));
+    for (; waiting.size() >= 4; waiting.clear()) {
+      for (sd_bus_message* const each : waiting) {
+        reply_with(each, wire::Query_Value::Answer{0, 1, 3, bytes("abc"), {}, 0});
+        sd_bus_message_unref(each);
+      }
+    }
+    return 0;
+  });
+  impl::client::Client_Service& service = new_service(settings_for(peer.endpoint()));
+  std::vector<std::thread> threads;
+  std::atomic<int> answered = 0;
+  for (int i = 0; i < 12; ++i) {
+    threads.emplace_back([&] { answered += query(service) == Value{0, 1, "abc"} ? 1 : 0; });
+  }
+  for (std::thread& each : threads) each.join();
+  EXPECT_EQ(answered, 12);
+  EXPECT_EQ(peer.connections(), 4);
+}
+
 TEST_F(Bad_Peers, AnEndOfTheServerIsAskedForOnce) {
   std::atomic<int> asked = 0;
   Scripted_Peer peer(folder.path(), [&](sd_bus_message*) {
@@ -201,6 +226,15 @@ TEST_F(Bad_Peers, ASessionThatCannotBeBegunIsToldAsItIs) {
   Scripted_Peer peer(folder.path(), [](sd_bus_message*) { return say_nothing; });
   peer.on_begin = [](sd_bus_message* question) { return reply_with(question, wire::Begin_Session::Answer{5, {}, {}}); };
   EXPECT_EQ(query(service_of(peer)).code, 5u);
+  const std::string long_name(4096, 's');
+  peer.on_begin = [&](sd_bus_message* question) {
+    return reply_with(question, wire::Begin_Session::Answer{5, bytes(long_name), {}});
+  };
+  EXPECT_EQ(query(service_of(peer)).code, 5u);
+  peer.on_begin = [&](sd_bus_message* question) {
+    return reply_with(question, wire::Begin_Session::Answer{0, bytes(long_name), {}});
+  };
+  EXPECT_EQ(query(service_of(peer)).code, 1722u);
   peer.on_begin = [](sd_bus_message* question) { return reply_with(question, wire::Begin_Session::Answer{}); };
   EXPECT_EQ(query(service_of(peer)).code, 1722u);
   peer.on_begin = [](sd_bus_message* question) {
@@ -250,6 +284,35 @@ TEST_F(Bad_Peers, BackupsPutNoFileOutsideTheirFolder) {
   EXPECT_EQ(service_of(peer).backup((folder / "backup").c_str()), 0u);
   EXPECT_TRUE(std::filesystem::exists(folder / "backup/machine.hive"));
   close(fd);
+}
+
+// A device has no end, and a pipe may keep whoever reads it waiting.
+TEST_F(Bad_Peers, HivesThatAreNoFilesAreWrongAnswers) {
+  int pipe_ends[2];
+  ASSERT_EQ(pipe2(pipe_ends, O_CLOEXEC), 0);
+  const int device = open("/dev/zero", O_RDONLY | O_CLOEXEC), a_folder = open("/", O_RDONLY | O_CLOEXEC);
+  int sent = -1;
+  Scripted_Peer peer(folder.path(), [&](sd_bus_message* question) {
+    if (sd_bus_message_is_method_call(question, nullptr, "SaveKey")) {
+      return reply_with(question, wire::Save_Key::Answer{0, {sent}});
+    }
+    if (sd_bus_message_is_method_call(question, nullptr, "UserImage")) {
+      return reply_with(question, wire::User_Image::Answer{0, {sent}});
+    }
+    wire::Backup::Answer answer;
+    answer.files.push_back({bytes("machine.hive"), {sent}});
+    return reply_with(question, answer);
+  });
+  for (const int each : {device, a_folder, pipe_ends[0]}) {
+    sent = each;
+    std::vector<BYTE> image;
+    EXPECT_EQ(service_of(peer).save_key(HKEY_LOCAL_MACHINE, (folder / "saved").c_str()), 1728u);
+    EXPECT_FALSE(std::filesystem::exists(folder / "saved"));
+    EXPECT_EQ(service_of(peer).user_image(&image), 1728u);
+    EXPECT_EQ(service_of(peer).backup((folder / "backup").c_str()), 1728u);
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "backup"));
+  }
+  for (const int each : {device, a_folder, pipe_ends[0], pipe_ends[1]}) close(each);
 }
 
 TEST_F(Bad_Peers, PoliciesWithoutASidThatIsOneAreWrongAnswers) {

@@ -1,4 +1,5 @@
 // The library as libadvapi32 loads it.
+#include <filesystem>
 #include <set>
 #include <sstream>
 
@@ -34,6 +35,18 @@ TEST(Client_Library, ExportsTheEntriesOfTheTableAndTheOptionalOnesAndNothingElse
   expected.insert({"KvIRegBeginBatch", "KvIRegCommitBatch", "KvIRegAbandonBatch", "KvIRegUnLoadKey", "KvIRegRenameKey",
                    "KvIRegCheck", "KvIRegCheckFile"});
   EXPECT_EQ(names, expected);
+}
+
+TEST(Client_Library, AloneLeansOnTheServiceManagersLibrary) {
+  const std::string libraries = std::filesystem::path(KV_MODULE_FOLDER).parent_path();
+  const auto leans = [](const std::string& file) {
+    const auto listing = run_program({"/usr/bin/readelf", "-d", file});
+    EXPECT_EQ(listing.exit_status, 0) << listing.err;
+    return listing.out.find("[libsystemd.so") != listing.out.npos;
+  };
+  EXPECT_TRUE(leans(KV_IMPL_FILE));
+  EXPECT_FALSE(leans(libraries + "/libadvapi32.so"));
+  EXPECT_FALSE(leans(libraries + "/libkernel32.so"));
 }
 
 TEST(Client_Library, HasNoStoreOfItsOwn) {

@@ -14,6 +14,7 @@
 
 #include "tests/client/served.h"
 #include "tests/support/ordinary_user.h"
+#include "tests/support/side_process.h"
 
 namespace {
 
@@ -167,6 +168,39 @@ TEST_F(Processes, ThatDropTheirRightsLoseThoseOfTheirHandles) {
     _exit(0);
   });
   EXPECT_EQ(result.exit_status, 0) << result.err;
+}
+
+// A handle keeps what it was given for as long as its server lives; the next one is asked for it again.
+TEST_F(Processes, ThatHaveNoRightsAnyMoreAreRefusedByTheNextServer) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root has two users";
+  const Client root{new_client()};
+  const HKEY key = root.made(HKEY_LOCAL_MACHINE, u"shown");
+  ASSERT_EQ(root.set(key, u"v", REG_BINARY, "seen"), 0u);
+  open_to_everybody();
+  Side_Process reader([&](const Talk& talk) {
+    impl::client::Client_Service& service = new_client_here();
+    HKEY shown = nullptr;
+    if (!become_ordinary_user() || service.open_key(HKEY_LOCAL_MACHINE, u"shown", KEY_READ, &shown) != 0) return 71;
+    for (const char* expected : {"seen", "seen", ""}) {
+      const Value value = Client{service}.get(shown, u"v");
+      if (value.data != expected || (value.code == 5) != value.data.empty()) return 72;
+      talk.say('y');
+      talk.hear();
+    }
+    return 0;
+  });
+  ASSERT_EQ(reader.hear(), 'y');
+  const DWORD nobody_else = 0700;
+  ASSERT_EQ(root.service.change_rights(key, u"", {.mode = &nobody_else}), 0u);
+  reader.say('2');
+  ASSERT_EQ(reader.hear(), 'y');
+  server.end_by(SIGTERM);
+  ASSERT_TRUE(server.start());
+  open_to_everybody();
+  reader.say('3');
+  EXPECT_EQ(reader.hear(), 'y');
+  reader.say('e');
+  EXPECT_EQ(reader.status(), 0);
 }
 
 TEST_F(Processes, AThreadThatImpersonatesOpensKeysWithThatUsersRights) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "tests/client/served.h"
@@ -63,7 +64,7 @@ TEST_F(Restarts, AnotherKeyOfTheSameNameIsNotTakenForTheOneThatWasOpen) {
 }
 
 TEST_F(Restarts, WritersGoOnByThemselvesAndNothingThatWasDoneIsLost) {
-  constexpr int writers = 4;
+  constexpr int writers = 8;
   std::atomic<bool> stop = false;
   std::atomic<int> rounds = 0, failed = 0;
   std::vector<int> done(writers, 0);
@@ -83,7 +84,8 @@ TEST_F(Restarts, WritersGoOnByThemselvesAndNothingThatWasDoneIsLost) {
       }
     });
   }
-  for (int kills = 0; kills < 3; ++kills) {
+  const int most_kills = std::getenv("KV_TEST_LONG") != nullptr ? 100 : 3;
+  for (int kills = 0; kills < most_kills; ++kills) {
     const int before = rounds;
     while (rounds < before + 20) std::this_thread::yield();
     restart();

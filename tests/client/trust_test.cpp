@@ -1,9 +1,11 @@
 // Whom a client believes: the folder, the endpoint file and the peer must be root's, its own or the core data owner's.
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/un.h>
 
 #include <fstream>
 
+#include "impl/wire/unique_fd.h"
 #include "tests/client/scripted_peer.h"
 #include "tests/client/served.h"
 #include "tests/support/ordinary_user.h"
@@ -64,6 +66,26 @@ TEST_F(Trusting, AStaleOrEmptyEndpointMayStillCome) {
   meeting = meet_server(peer.endpoint());
   EXPECT_TRUE(meeting.may_come);
   EXPECT_FALSE(meeting.socket.is_open());
+}
+
+// Many may wait to be let in at a moment.
+TEST_F(Trusting, APortWithTooManyCallersMayStillCome) {
+  const std::string port = folder / "busy";
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  port.copy(address.sun_path, sizeof address.sun_path - 1);
+  const impl::wire::Unique_Fd busy(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(bind(busy.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(busy.get(), 1), 0);
+  std::ofstream(peer.endpoint()) << port;
+  std::vector<Meeting> callers;
+  do {
+    callers.push_back(meet_server(peer.endpoint()));
+  } while (callers.back().socket.is_open() && callers.size() < 100);
+  EXPECT_EQ(callers.back().trouble, port + ": Resource temporarily unavailable");
+  EXPECT_TRUE(callers.back().may_come);
+  const impl::wire::Unique_Fd let_in(accept4(busy.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  EXPECT_EQ(trouble_of(peer.endpoint()), "");
 }
 
 TEST_F(Trusting, APortInALongFolderIsReached) {

@@ -16,6 +16,7 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #define SEEN __attribute__((visibility("default")))
@@ -130,6 +131,12 @@ SEEN ssize_t pwrite(int fd, const void* data, size_t size, off_t at) {
   return syscall(SYS_pwrite64, fd, data, wanted_of(size), at);
 }
 SEEN ssize_t pwrite64(int fd, const void* data, size_t size, off64_t at) { return pwrite(fd, data, size, at); }
+/* The half of several parts is the first ones. */
+SEEN ssize_t pwritev(int fd, const struct iovec* parts, int count, off_t at) {
+  if (fails(fail_write)) return failed(EIO);
+  if (fails(fail_short_write)) count = count > 1 ? count / 2 : count;
+  return syscall(SYS_pwritev, fd, parts, count, at, 0L);
+}
 
 SEEN int ftruncate(int fd, off_t size) {
   return (int)(fails(fail_resize) ? failed(ENOSPC) : syscall(SYS_ftruncate, fd, size));

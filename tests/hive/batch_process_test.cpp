@@ -1,4 +1,5 @@
 // Batches among processes: what others see and wait for, kills, the limit.
+#include <sqlite3.h>
 #include <sys/prctl.h>
 
 #include <csignal>
@@ -242,6 +243,48 @@ TEST(Batch_Kills, AtAnyMomentLeaveAllOfABatchOrNothing) {
     ASSERT_GE(first, last + 1 + round % 7);
     last = first;
   }
+}
+
+// Has a transaction open that keeps the log from being brought into the file.
+[[noreturn]] void read_for_long(const std::string& hive, Signal& ready) {
+  sqlite3* database = nullptr;
+  const bool reads = sqlite3_open(hive.c_str(), &database) == SQLITE_OK &&
+                     sqlite3_exec(database, "BEGIN; SELECT * FROM meta", nullptr, nullptr, nullptr) == SQLITE_OK;
+  if (!reads) _exit(1);
+  ready.give();
+  for (;;) pause();
+}
+
+// Parts of it are in the log before the commit, and pages of these parts are changed once more.
+TEST(Batch_Kills, AfterTheCommitLeaveAllOfABatchThatWasTooLargeForMemory) {
+  const Temp_Folder folder;
+  constexpr int values = 4000;
+  const auto name_of = [](int i) { return std::u16string(1, static_cast<char16_t>(0x4E00 + i)); };
+  const auto child = kvtest::run_child([&] {
+    const std::unique_ptr<Registry> registry = registry_on(folder.path());
+    const Key key = make_key(*registry, root_of(*registry), u"a");
+    Signal ready;
+    const pid_t reader = fork();
+    if (reader == 0) read_for_long(folder / "machine.bin", ready);
+    ready.take();
+    EXPECT_EQ(registry->begin_batch(), Status::ok);
+    for (int i = 0; i < values; ++i) put(*registry, key, name_of(i), std::string(900, 'x'));
+    for (int i = 0; i < values; i += 7) put(*registry, key, name_of(i), std::string(900, 'y'));
+    std::vector<hive::Batch_Result> results;
+    if (registry->commit_batch(&results) == Status::ok) put(*registry, key, u"after", "z");
+    kill(reader, SIGKILL);
+    raise(SIGKILL);
+  });
+  EXPECT_EQ(child.signal, SIGKILL);
+  EXPECT_GT(std::filesystem::file_size(folder / "machine.bin-wal"), 4'000'000u);
+  std::filesystem::remove(folder / "machine.bin-shm");  // who opens the hive next reads the log from its beginning
+  const std::unique_ptr<Registry> registry = registry_on(folder.path());
+  Key key;
+  ASSERT_EQ(registry->open(root_of(*registry), u"a", &key), Status::ok);
+  EXPECT_EQ(counts_of(*registry, key).values, values + 1u);
+  EXPECT_EQ(get(*registry, key, u"after"), "z");
+  for (int i = 0; i < values; ++i)
+    ASSERT_EQ(get(*registry, key, name_of(i)), std::string(900, i % 7 == 0 ? 'y' : 'x')) << i;
 }
 
 }  // namespace

@@ -1,7 +1,12 @@
 // Batches within one process: what the thread sees, what others see, what stays.
 #include "hive/batch.h"
 
+#include <fcntl.h>
+
 #include <atomic>
+#include <fstream>
+#include <random>
+#include <sstream>
 #include <thread>
 
 #include "tests/hive/registry_on.h"
@@ -299,9 +304,119 @@ TEST_F(Batches, AreLostWhenTheFileIsReplaced) {
   put(*registry, key, u"v", "within");
   for (const char* suffix : {"", "-wal", "-shm"})
     std::filesystem::remove(folder / (std::string("machine.bin") + suffix));
-  EXPECT_EQ(put(*registry, key, u"w", "x"), Status::batch_lost);
+  put(*registry, key, u"w", "x");
   EXPECT_EQ(commit(), Status::batch_lost);
   EXPECT_EQ(put(*registry, root_of(*registry), u"v", "new"), Status::ok);
+}
+
+// More than stays in memory, so that some is written before the commit.
+TEST_F(Batches, AreLostWhenDescriptorsAreClosedAndWriteIntoNoOtherFile) {
+  const auto child = kvtest::run_child([&] {
+    EXPECT_EQ(registry->begin_batch(), Status::ok);
+    put(*registry, key, u"v", "within");
+    for (int fd = 3; fd < 64; ++fd) close(fd);
+    for (int i = 0; i < 10; ++i) {
+      const std::string file = folder / ("own" + std::to_string(i));
+      if (write(open(file.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600), "my own log\n", 11) != 11)
+        printf("cannot write ");
+    }
+    Status status = Status::ok;
+    for (int i = 0; i < 4000 && status == Status::ok; ++i)
+      status = put(*registry, key, u"w" + std::u16string(1, static_cast<char16_t>(0x4E00 + i)), std::string(900, 'x'));
+    printf("%s", status == Status::batch_lost && commit() == Status::batch_lost ? "lost" : "kept");
+    printf(" %s", put(*registry, key, u"v", "after") == Status::ok ? "written" : "not written");
+    fflush(nullptr);
+    _exit(0);
+  });
+  EXPECT_EQ(child.out, "lost written");
+  for (int i = 0; i < 10; ++i) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(folder / ("own" + std::to_string(i)), std::ios::binary).rdbuf();
+    EXPECT_EQ(bytes.str(), "my own log\n") << i;
+  }
+  EXPECT_EQ(get(*registry, key, u"v"), "after");
+  EXPECT_EQ(counts_of(*registry, key).values, 1u);
+}
+
+TEST_F(Batches, CountWhatWasPutBelowAKeyOneAfterTheOther) {
+  ASSERT_EQ(registry->begin_batch(), Status::ok);
+  put(*registry, key, u"a", "1");
+  put(*registry, key, u"bbb", "22");
+  put(*registry, key, u"cc", "4444");
+  put(*registry, key, u"cc", "55555");
+  hive::Key_Counts counts = counts_of(*registry, key);
+  EXPECT_EQ(counts.values, 3u);
+  EXPECT_EQ(counts.max_value_name_units, 3u);
+  EXPECT_EQ(counts.max_value_size, 5u);
+  put(*registry, key, u"d", "666666");
+  EXPECT_EQ(status_of_get(*registry, key, u"missing"), Status::not_found);
+  put(*registry, key, u"eeee", "7");
+  EXPECT_EQ(registry->remove_value(key, u"d"), Status::ok);
+  put(*registry, key, u"f", "");
+  EXPECT_EQ(commit(), Status::ok);
+  counts = counts_of(*registry, key);
+  EXPECT_EQ(counts.values, 5u);
+  EXPECT_EQ(counts.max_value_name_units, 4u);
+  EXPECT_EQ(counts.max_value_size, 5u);
+  std::vector<hive::Found_Fault> faults;
+  EXPECT_EQ(registry->check(root_of(*registry), &faults), Status::ok);
+  EXPECT_TRUE(faults.empty());
+}
+
+TEST_F(Batches, PutNothingBelowAKeyThatTheyHaveRemoved) {
+  const Key other = make_key(*registry, root_of(*registry), u"other");
+  ASSERT_EQ(registry->begin_batch(), Status::ok);
+  put(*registry, other, u"v", "1");
+  put(*registry, other, u"w", "2");
+  EXPECT_EQ(registry->remove(root_of(*registry), u"other"), Status::ok);
+  EXPECT_EQ(put(*registry, other, u"x", "3"), Status::key_deleted);
+  put(*registry, key, u"v", "4");
+  EXPECT_EQ(commit(), Status::ok);
+  std::vector<hive::Found_Fault> faults;
+  hive::Hive_Counts counts{};
+  EXPECT_EQ(registry->check(root_of(*registry), &faults, &counts), Status::ok);
+  EXPECT_TRUE(faults.empty());
+  EXPECT_EQ(get(*registry, key, u"v"), "4");
+}
+
+// The same steps at random: in one registry in batches, in another one by one.
+TEST_F(Batches, LeaveWhatSingleWritesLeave) {
+  const Temp_Folder beside;
+  const std::unique_ptr<Registry> single = registry_on(beside.path());
+  std::minstd_rand random(20);
+  const Names names{u"a", u"bb", u"ccc", u"dddd", u"eeeee"};
+  const Names paths{u"k", u"l", u"m"};
+  const auto step = [](Registry& to, unsigned kind, std::u16string_view path, std::u16string_view name, unsigned size) {
+    Key at;
+    create(to, root_of(to), path, &at);
+    if (kind < 8) return put(to, at, name, std::string(size, 'x'));
+    if (kind == 8) return to.remove_value(at, name);
+    return kind == 9 ? to.remove(root_of(to), path) : status_of_get(to, at, name);
+  };
+  for (int i = 0; i < 3000; ++i) {
+    if (i % 50 == 0) {
+      ASSERT_EQ(registry->begin_batch(), Status::ok);
+    }
+    const unsigned kind = random() % 12;
+    const std::u16string& path = paths[random() % paths.size()];
+    const std::u16string& name = names[random() % names.size()];
+    const unsigned size = random() % 3 == 0 ? 3000 : random() % 40;
+    ASSERT_EQ(step(*registry, kind, path, name, size), step(*single, kind, path, name, size)) << i;
+    if (i % 50 == 49) {
+      ASSERT_EQ(commit(), Status::ok);
+    }
+  }
+  for (const std::u16string& path : paths) {
+    const Key ours = make_key(*registry, root_of(*registry), path);
+    const Key theirs = make_key(*single, root_of(*single), path);
+    EXPECT_EQ(value_names(*registry, ours), value_names(*single, theirs));
+    EXPECT_EQ(counts_of(*registry, ours).values, counts_of(*single, theirs).values);
+    EXPECT_EQ(counts_of(*registry, ours).max_value_name_units, counts_of(*single, theirs).max_value_name_units);
+    EXPECT_EQ(counts_of(*registry, ours).max_value_size, counts_of(*single, theirs).max_value_size);
+  }
+  std::vector<hive::Found_Fault> faults;
+  EXPECT_EQ(registry->check(root_of(*registry), &faults), Status::ok);
+  EXPECT_TRUE(faults.empty());
 }
 
 TEST_F(Batches, AreLostAtAFork) {

@@ -115,6 +115,30 @@ TEST_F(Damage, AnEmptyFileBecomesAHive) {
   EXPECT_TRUE(complaints().empty());
 }
 
+// As a process leaves it that is killed while it writes the first transaction of a new hive: the pages are there, and a
+// journal that takes all of them away again.
+TEST_F(Damage, AHiveWhoseMakerWasKilledIsMadeAnew) {
+  make_hive();
+  std::string hive = bytes_of(file);
+  hive[18] = hive[19] = 1;  // without a log
+  write_bytes(file, hive);
+  std::string journal("\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", 8);
+  journal += std::string(4 + 4 + 4, '\0');            // no pages, no nonce, none before
+  journal += std::string("\0\0\x02\0\0\0\x10\0", 8);  // sectors of 512 bytes, pages of 4096
+  journal.resize(512);
+  write_bytes(file + "-journal", journal);
+  EXPECT_EQ(key_names(*registry, root_of(*registry)), Names{});
+  EXPECT_EQ(use(), Status::ok);
+  const std::unique_ptr<Registry> other = registry_on(folder.path());
+  EXPECT_EQ(key_names(*other, root_of(*other)), Names{u"a"});
+  EXPECT_EQ(kvtest::run_child([&] {
+              const std::unique_ptr<Registry> third = registry_on(folder.path());
+              _exit(key_names(*third, root_of(*third)) == Names{u"a"} ? 0 : 1);
+            }).exit_status,
+            0);
+  EXPECT_EQ(complaints(), std::vector<std::string>{});
+}
+
 TEST_F(Damage, AHiveCutShortAnywhereIsRefusedOrWholeAndNeverCrashes) {
   make_hive();
   const std::string whole = bytes_of(file);

@@ -45,9 +45,21 @@ class Shared_Board {
 
 std::u16string value_of_writer(int writer) { return u"w" + std::u16string(1, static_cast<char16_t>(u'0' + writer)); }
 
+void tell_complaints() {
+  for (const std::string& line : complaints()) fprintf(stderr, "%s\n", line.c_str());
+}
+
 // Each writer has a key of its own, so that readers go on holding those of the others.
 Key key_of_writer(Registry& registry, int writer) {
-  return make_key(registry, root_of(registry), u"numbers\\" + value_of_writer(writer));
+  Key key;
+  Status status = Status::busy;
+  while (status == Status::busy) {
+    status = create(registry, root_of(registry), u"numbers\\" + value_of_writer(writer), &key);
+  }
+  if (status == Status::ok) return key;
+  fprintf(stderr, "no key of writer %d: %d\n", writer, static_cast<int>(status));
+  tell_complaints();
+  _exit(1);
 }
 
 int number_in(const std::string& text) { return text.empty() || text[0] == '(' ? -1 : std::stoi(text); }
@@ -67,7 +79,13 @@ void report(Board& board, const char* what, int writer, int found, int known) {
   for (;;) {
     ++number;
     const std::string text = std::to_string(number) + " " + std::string(static_cast<std::size_t>(number % 1500), 'x');
-    if (put(registry, key, value_of_writer(writer), text) != Status::ok) report(board, "refused", writer, number, 0);
+    Status status = Status::busy;  // while a disk is busy for longer than writers wait
+    while (status == Status::busy) status = put(registry, key, value_of_writer(writer), text);
+    if (status != Status::ok) {
+      report(board, "refused", writer, number, static_cast<int>(status));
+      tell_complaints();
+      _exit(1);
+    }
     board.done[writer] = number;
     if (number % 16 == 0) {
       Key child;
@@ -100,7 +118,7 @@ void report(Board& board, const char* what, int writer, int found, int known) {
       ++board.looks;
     }
   }
-  for (const std::string& line : complaints()) fprintf(stderr, "%s\n", line.c_str());
+  tell_complaints();
   _exit(complaints().empty() ? 0 : 1);
 }
 

@@ -2,6 +2,8 @@
 #include "log/prune.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "log/log_path.h"
@@ -155,6 +157,27 @@ TEST(PruneLog, LeavesTheLogWhenNoOtherFileCanBeMade) {
   fputs("next\n", log);
   fclose(log);
   EXPECT_EQ(content_of(folder / "test.log"), three + "next\n");
+}
+
+// The tail of the short one is refused when its file is closed, that of the long one while it is copied.
+TEST(PruneLog, LeavesTheLogWhenItsTailCannotBeWritten) {
+  for (const size_t length : {size_t{10}, size_t{100000}}) {
+    const std::string content = record(1, "first") + record(2, std::string(length, 'm'));
+    const Child_Result child = run_child([&] {
+      Pruned_Log log(content);
+      signal(SIGXFSZ, SIG_IGN);
+      rlimit limit;
+      getrlimit(RLIMIT_FSIZE, &limit);
+      const rlimit eight_bytes = {8, limit.rlim_max};
+      setrlimit(RLIMIT_FSIZE, &eight_bytes);
+      const bool is_pruned = log.prune(-static_cast<off_t>(content.size()));
+      setrlimit(RLIMIT_FSIZE, &limit);
+      const bool is_whole = log.content_with("next\n") == content + "next\n";
+      printf("%s %s %zu", is_pruned ? "pruned" : "left", is_whole ? "whole" : "damaged", log.files());
+    });
+    EXPECT_EQ(child.exit_status, 0) << child.err;
+    EXPECT_EQ(child.out, "left whole 1");
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Several writers of one log.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <thread>
 
@@ -21,10 +22,10 @@ TEST(LogThreads, RecordsOfAFileAreWholeAndNumberedInOrder) {
   Temp_Folder folder;
   RegistryLogImpl log(HKEY_LOCAL_MACHINE, L"s", (folder / "test.log").c_str());
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) threads.emplace_back(log_many, &log, i % 2 == 0 ? &short_text : &long_text);
+  for (int i = 0; i < 8; ++i) threads.emplace_back(log_many, &log, i % 2 == 0 ? &short_text : &long_text);
   for (std::thread& thread : threads) thread.join();
   std::string rest = content_of(folder / "test.log");
-  for (int i = 1; i <= 400; ++i) {
+  for (int i = 1; i <= 800; ++i) {
     const bool is_short = rest.rfind(record(i, short_text), 0) == 0;
     ASSERT_TRUE(is_short || rest.rfind(record(i, long_text), 0) == 0) << i << rest.substr(0, 100);
     rest.erase(0, record(i, is_short ? short_text : long_text).size());
@@ -138,6 +139,57 @@ TEST(LogThreads, AThreadParkedInTheQuestionForTheSizeHoldsNobodyUp) {
   });
   EXPECT_EQ(child.signal, 0);
   EXPECT_EQ(content_of(folder / "test.log"), record(1, "free"));
+}
+
+size_t count_of(const std::string& text, const std::string& part) {
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) ++count;
+  return count;
+}
+
+TEST(LogThreads, EightGoOnOnStandardOutputWhenTheFileEndsUnderThem) {
+  Temp_Folder folder;
+  const Child_Result child = run_child([&] {
+    RegistryLogImpl log(HKEY_LOCAL_MACHINE, L"s", (folder / "test.log").c_str());
+    std::atomic<int> begun = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+      threads.emplace_back([&] {
+        log.Output(0, "at first");
+        ++begun;
+        log_many(&log, &short_text);
+      });
+    }
+    while (begun < 8) std::this_thread::yield();
+    log.End();
+    log.Output(0, "at last");
+    for (std::thread& thread : threads) thread.join();
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  const std::string file = content_of(folder / "test.log");
+  EXPECT_EQ(count_of(file, "] ->\nat first\n"), 8u);
+  EXPECT_EQ(count_of(file, ending), 1u);
+  EXPECT_EQ(count_of(child.out, "] ->\nat last\n"), 1u);
+  EXPECT_EQ(count_of(file, short_text + "\n") + count_of(child.out, short_text + "\n"), 800u);
+}
+
+TEST(LogThreads, EightUseAllLogsOfTheProcessWhileTheyReadTheirSettings) {
+  Temp_Folder home;
+  const Child_Result child = run_child([&] {
+    setenv("HOME", home.path().c_str(), 1);
+    Settings_Double settings("2");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+      threads.emplace_back([] {
+        for (KvLog* log : {&RegLog(), &RpcssLog(), &StdoutLog()}) log_many(log, &short_text);
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  });
+  EXPECT_EQ(child.exit_status, 0) << child.err;
+  EXPECT_EQ(count_of(content_of(home / "logs/regss.log"), short_text + "\n"), 800u);
+  EXPECT_EQ(count_of(content_of(home / "logs/kvrpcss_event.log"), short_text + "\n"), 800u);
+  EXPECT_EQ(count_of(child.out, short_text), 800u);
 }
 
 TEST(LogThreads, FirstUseByManyThreadsMakesOneLogWithOneBanner) {

@@ -115,6 +115,18 @@ TEST_F(Opening, WithAHomeTooLongForAPathOnlyTheFileCounts) {
   EXPECT_EQ(Profiler(file().c_str()).read_int(clAtom("a"), 7), 1);
 }
 
+TEST_F(Opening, ReadsAUsersCopyWhosePathIsAsLongAsAPathMayBe) {
+  put(users_copy(), "(mine (a 2))");
+  setenv("HOME", (home() + std::string(4088 - home().size(), '/')).c_str(), 1);
+  EXPECT_EQ(Profiler(file().c_str()).read_int(clAtom("a"), 7), 2);
+}
+
+TEST_F(Opening, ReadsNoOtherFileWhenThePathOfTheUsersCopyIsOneCharacterTooLong) {
+  put(home() + "/my.pr", "(other (a 2))");
+  setenv("HOME", (home() + std::string(4089 - home().size(), '/')).c_str(), 1);
+  EXPECT_EQ(Profiler(file().c_str()).read_int(clAtom("a"), 7), 7);
+}
+
 TEST_F(Opening, TakesNoFileThatTheUserMayNotRead) {
   if (geteuid() == 0) GTEST_SKIP() << "root may read every file";
   put(file(), "(my (a 1))");

@@ -58,6 +58,15 @@ class Crowd : public Regss {
     return servers;
   }
 
+  // A ported program of mode 0 that counts in a value of its own.
+  std::unique_ptr<Running> begin_client(const std::string& value) const {
+    const std::string output = folder / value;
+    unlink(output.c_str());
+    return std::make_unique<Running>(Words{KVTEST_PROGRAM, "machine"},
+                                     environment({"KVREGISTRY_MODE=0", "KVMODULE_PATH", "KVTEST_VALUE=" + value}),
+                                     output);
+  }
+
  private:
   pid_t begin_caller(int gate, const std::string& output) const {
     fflush(nullptr);
@@ -72,6 +81,35 @@ class Crowd : public Regss {
     _exit(127);
   }
 };
+
+// Over the real libraries: what each client writes is read again through the server that is left.
+TEST_F(Crowd, OfServersAndClientsMeetsAtOneServer) {
+  for (int round = 0; round < rounds(); ++round) {
+    leave_traces(round);
+    std::vector<std::unique_ptr<Running>> servers, clients;
+    std::vector<Manager*> managers;
+    for (int i = 0; i < crowd; ++i) {
+      servers.push_back(begin(machine(), {"KVMODULE_PATH"}));
+      managers.push_back(&manager());
+      clients.push_back(begin_client("c" + std::to_string(i)));
+    }
+    for (const auto& client : clients) EXPECT_EQ(client->status(), 0) << client->said();
+    int serving = 0;
+    for (int i = 0; i < crowd; ++i) {
+      if (has_become_ready(*servers[i], *managers[i])) {
+        ++serving;
+        EXPECT_EQ(content_of(pid_file), servers[i]->number());
+      } else {
+        EXPECT_EQ(servers[i]->status(), 3) << servers[i]->said();
+      }
+    }
+    EXPECT_EQ(serving, 1);
+    for (const auto& client : clients) {
+      const std::string said = client->said();
+      EXPECT_EQ(said.substr(said.rfind('\n', said.size() - 2) + 1), std::to_string(round + 1) + "\n") << said;
+    }
+  }
+}
 
 TEST_F(Crowd, OfServersLeavesOne) {
   for (int round = 0; round < rounds(); ++round) serve_one_of_many(round);

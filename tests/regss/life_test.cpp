@@ -15,6 +15,26 @@ TEST_F(Life, IsToldToTheServiceManager) {
   EXPECT_EQ(server->status(), 0);
 }
 
+// The pings come from the loop that answers clients, of whom there is none here.
+TEST_F(Life, PingsTheWatchdogWithoutAClient) {
+  const auto server = serve(machine(), {"KVMODULE_PATH", "WATCHDOG_USEC=200000"});
+  ASSERT_NE(server, nullptr);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(manager().next(), "WATCHDOG=1");
+  server->send(SIGTERM);
+  std::string told = manager().next();
+  while (told == "WATCHDOG=1") told = manager().next();
+  EXPECT_EQ(told, "STOPPING=1\nSTATUS=Ends");
+  EXPECT_EQ(server->status(), 0);
+}
+
+TEST_F(Life, PingsNobodyWithoutAWatchdog) {
+  const auto server = begin(machine(), {"KVMODULE_PATH", "WATCHDOG_USEC"});
+  EXPECT_EQ(manager().next().substr(0, 8), "READY=1\n");
+  server->send(SIGTERM);
+  EXPECT_EQ(manager().next(), "STOPPING=1\nSTATUS=Ends");
+  EXPECT_EQ(server->status(), 0);
+}
+
 TEST_F(Life, TellsTheServiceManagerWhyItCannotBegin) {
   const auto server = begin({KVTEST_REGSS, "--machine", "--settings", folder / "none"});
   EXPECT_EQ(manager().next(), "STATUS=" + folder / "none" + " has no line CORE_DATA=<folder>; say --core-data");

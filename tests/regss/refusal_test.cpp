@@ -139,6 +139,32 @@ TEST_F(Refusing, NothingForAPortOfAnotherUser) {
   EXPECT_EQ(server_of(user_endpoint_file()), server->number());
 }
 
+TEST_F(Refusing, ALockThatIsOfAnotherFile) {
+  Words words = {"/bin/sh", "-c", "exec 3>>\"$0\"; exec \"$@\"", folder / "other"};
+  for (const std::string& word : machine({"--lock-descriptor", "3"})) words.push_back(word);
+  const Child_Result result = run(words);
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.err, "regss: " + pid_file + " is not the file whose lock was handed over\n");
+}
+
+TEST_F(Refusing, ALibraryThatIsNoServer) {
+  const auto modules = std::filesystem::path(KVTEST_SERVER_LIBRARY).parent_path();
+  mkdir((folder / "modules").c_str(), 0700);
+  std::filesystem::create_symlink(modules / "advapi32impl.dll", folder / "modules/advapi32server.dll");
+  const Child_Result result = run(machine(), {"KVMODULE_PATH=" + folder / "modules"});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.err, "regss: advapi32server.dll has no entry KvRegssRun\n");
+  EXPECT_FALSE(exists(endpoint_file));
+}
+
+TEST_F(Refusing, SettingsThatCannotBeRead) {
+  const std::string round = folder / "round";
+  ASSERT_EQ(symlink("round", round.c_str()), 0);
+  const Child_Result result = run({KVTEST_REGSS, "--machine", "--settings", round});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.err, "regss: " + round + " cannot be read: Too many levels of symbolic links\n");
+}
+
 TEST_F(Refusing, AnUninstalledLibrary) {
   // Beside the program's own library folder nothing is looked for but what KVMODULE_PATH names.
   const Child_Result result = run_child([this] {

@@ -1,4 +1,5 @@
 // Batches of connections: one transaction of each hive that they change, while everybody else goes on.
+#include <sys/resource.h>
 #include <winerror.h>
 
 #include "hive/batch.h"
@@ -210,6 +211,52 @@ TEST_F(Batches, OfOneUserAreSixteenAtMost) {
   while (!client.ask<wire::Begin_Batch>({}).error.empty()) {  // until its thread has gone
   }
   EXPECT_EQ(abandon(client), 0u);
+}
+
+// No file grows beyond this in the server's process: a short transaction is kept, a long one is not.
+void forbid_large_files() {
+  signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{512 * 1024, 512 * 1024};
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(99);
+}
+
+TEST(Batch_Of_Two_Hives, TellsWhichOneIsKeptWhenTheLaterOneFails) {
+  Served served(For::machine, 0, forbid_large_files);
+  Client client(served.address());
+  ASSERT_EQ(client.begin()->code, 0u);
+  create(client, user, u"Mine");
+  const wire::Number shared = create(client, machine, u"Shared")->handle;
+  ASSERT_EQ(begin_batch(client), 0u);
+  ASSERT_EQ(set(client, user, u"v", "kept"), 0u);
+  ASSERT_EQ(set(client, shared, u"v", std::string(900'000, 'x')), 0u);
+  const auto ended = client.ask<wire::Commit_Batch>({});
+  EXPECT_EQ(ended->code, 1016u);
+  ASSERT_EQ(ended->hives.size(), 2u);
+  EXPECT_EQ(ended->hives[0].root, number(HKEY_USERS));
+  EXPECT_EQ(ended->hives[0].code, 0u);
+  EXPECT_EQ(ended->hives[1].root, machine);
+  EXPECT_EQ(ended->hives[1].code, 1016u);
+  EXPECT_EQ(string_of(query(client, user, u"v")->data), "kept");
+  EXPECT_EQ(query(client, shared, u"v")->code, 2u);
+  EXPECT_EQ(set(client, shared, u"v", "short"), 0u);
+}
+
+TEST(Batch_Of_Two_Hives, TriesNoLaterOneWhenTheFirstFails) {
+  Served served(For::machine, 0, forbid_large_files);
+  Client client(served.address());
+  ASSERT_EQ(client.begin()->code, 0u);
+  create(client, user, u"Mine");
+  const wire::Number shared = create(client, machine, u"Shared")->handle;
+  ASSERT_EQ(begin_batch(client), 0u);
+  ASSERT_EQ(set(client, shared, u"v", std::string(900'000, 'x')), 0u);
+  ASSERT_EQ(set(client, user, u"v", "not kept"), 0u);
+  const auto ended = client.ask<wire::Commit_Batch>({});
+  EXPECT_EQ(ended->code, 1016u);
+  ASSERT_EQ(ended->hives.size(), 2u);
+  EXPECT_EQ(ended->hives[0].code, 1016u);
+  EXPECT_EQ(ended->hives[1].code, 995u);
+  EXPECT_EQ(query(client, user, u"v")->code, 2u);
+  EXPECT_EQ(query(client, shared, u"v")->code, 2u);
 }
 
 TEST(Batch_Limit, GivesTheHiveToOthersThoughTheClientDoesNothing) {

@@ -129,6 +129,10 @@ TEST_F(Change_Numbers, RiseWithEveryChange) {
   EXPECT_TRUE(
       rises_by([&] { client.ask<wire::Rename_Key>({.key = key, .path = text(u"new"), .new_name = text(u"other")}); }));
   EXPECT_TRUE(rises_by([&] { client.ask<wire::Change_Rights>({.key = key, .path = {}, .which = 1, .mode = mode}); }));
+  if (geteuid() == 0) {  // who alone gives keys away
+    EXPECT_TRUE(rises_by([&] { client.ask<wire::Change_Rights>({.key = key, .path = {}, .which = 2, .owner = 7}); }));
+    EXPECT_TRUE(rises_by([&] { client.ask<wire::Change_Rights>({.key = key, .path = {}, .which = 4, .group = 7}); }));
+  }
   EXPECT_FALSE(rises_by([&] { query(client, key, u"v"); }));
   EXPECT_FALSE(rises_by([&] { open(client, key, u"below"); }));
 }

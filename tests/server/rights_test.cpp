@@ -214,6 +214,39 @@ TEST_F(Rights, EachUserHasAHiveOfHisOwn) {
   EXPECT_EQ(root.ask<wire::Query_Info>({.key = users})->sub_keys, 3u);
 }
 
+// Root asks first, so that the hive is of root's making.
+TEST_F(Rights, AUsersKeyIsHisAndOfHisGroup) {
+  EXPECT_EQ(describe(root, user, u"")->group, 0u);
+  const auto has_own_key = [this](unsigned which, unsigned group) {
+    return as_user(which, group, [&] {
+      Client client(served.address());
+      CHECK_OR_LINE(client.begin()->code == 0);
+      const auto rights = describe(client, user, u"");
+      CHECK_OR_LINE(rights->code == 0 && rights->mode == 0700);
+      CHECK_OR_LINE(rights->owner == which && rights->group == group);
+      CHECK_OR_LINE(create(client, user, u"Below")->code == 0);
+      CHECK_OR_LINE(describe(client, user, u"Below")->group == group);
+      return 0;
+    });
+  };
+  EXPECT_EQ(has_own_key(65533, 65532), 0);
+  EXPECT_EQ(has_own_key(ordinary, 65531), 0);
+  EXPECT_EQ(describe(root, users, u"S-1-5-21-0-0-0-65533")->group, 65532u);
+  EXPECT_EQ(describe(root, users, u"S-1-5-21-0-0-0-65534")->group, 65531u);
+}
+
+// Also when his first question is for the whole of it.
+TEST_F(Rights, AUsersKeyThatIsMadeForItsImageIsOfHisGroup) {
+  EXPECT_EQ(as_user(65533, 65532,
+                    [&] {
+                      Client client(served.address());
+                      CHECK_OR_LINE(client.begin()->code == 0);
+                      return client.ask<wire::User_Image>({})->code == 0 ? 0 : 1;
+                    }),
+            0);
+  EXPECT_EQ(describe(root, users, u"S-1-5-21-0-0-0-65533")->group, 65532u);
+}
+
 TEST_F(Rights, WhatAdministratorsDoIsRefusedToOthers) {
   EXPECT_EQ(ordinary_does([](Client& client) {
               CHECK_OR_LINE(client.ask<wire::Shut_Down>({})->code == 5);

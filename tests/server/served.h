@@ -116,15 +116,19 @@ class Served {
   pid_t process_ = 0;
 };
 
-// What a client of an ordinary user does, in a process of its own: 0 or the line where it went wrong.
-inline int as_ordinary_user(const std::function<int()>& act) {
+// What a client of another user does, in a process of its own: 0 or the line where it went wrong.
+inline int as_user(unsigned user, unsigned group, const std::function<int()>& act) {
   fflush(nullptr);
   const pid_t child = fork();
-  if (child == 0) _exit(kvtest::become_ordinary_user() ? act() : 255);
+  if (child == 0) _exit(kvtest::become_user(user, group) ? act() : 255);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+inline int as_ordinary_user(const std::function<int()>& act) {
+  return as_user(kvtest::ordinary_id, kvtest::ordinary_id, act);
 }
 
 }  // namespace servertest

@@ -173,5 +173,68 @@ TEST_F(Threads, HaveALastErrorOfTheirOwnThatNoCallChanges) {
   EXPECT_EQ(wrong, 0);
 }
 
+// Writes a value of the thread's own by one family and reads it by the other; the number of calls that went wrong.
+int write_and_read_across(HKEY at, int number, int round) {
+  const std::string text = "thread " + std::to_string(number) + " round " + std::to_string(round);
+  const std::wstring wide_text(text.begin(), text.end());
+  const std::string name = "a" + std::to_string(number);
+  const std::wstring wide_name = L"w" + std::to_wstring(number);
+  const auto size = static_cast<DWORD>(text.size() + 1);
+  const auto wide_size = static_cast<DWORD>(size * sizeof(wchar_t));
+  char answer[64] = "";
+  wchar_t wide_answer[64] = L"";
+  DWORD room = sizeof answer, wide_room = sizeof wide_answer;
+  int wrong = 0;
+  wrong += RegSetValueExA(at, name.c_str(), 0, REG_SZ, bytes_of(text), size) != 0;
+  wrong += RegSetValueExW(at, wide_name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(wide_text.c_str()),
+                          wide_size) != 0;
+  wrong += RegQueryValueExW(at, std::wstring(name.begin(), name.end()).c_str(), nullptr, nullptr,
+                            reinterpret_cast<BYTE*>(wide_answer), &wide_room) != 0;
+  wrong += RegQueryValueExA(at, ("w" + std::to_string(number)).c_str(), nullptr, nullptr,
+                            reinterpret_cast<BYTE*>(answer), &room) != 0;
+  wrong += wide_text != wide_answer || wide_room != wide_size;
+  wrong += text != answer || room != size;
+  return wrong;
+}
+
+TEST_F(Threads, EightMixBothFamiliesOnKeysOfTheirOwn) {
+  std::atomic<int> wrong = 0;
+  run_threads(8, [&](int number) {
+    for (int round = 0; round < 20; ++round) {
+      const std::wstring name = L"own" + std::to_wstring(number);
+      HKEY own = nullptr;
+      wrong += RegCreateKeyExW(key, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &own, nullptr) != 0;
+      wrong += write_and_read_across(own, number, round);
+      DWORD values = 0;
+      wrong += RegQueryInfoKeyW(own, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values, nullptr, nullptr,
+                                nullptr, nullptr) != 0;
+      wrong += values != 2;
+      wrong += RegCloseKey(own) != 0;
+      wrong += RegDeleteKeyA(key, std::string(name.begin(), name.end()).c_str()) != 0;
+    }
+  });
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(sub_keys(key).size(), 0u);
+}
+
+TEST_F(Threads, EightMixBothFamiliesOnOneKey) {
+  std::atomic<int> wrong = 0;
+  run_threads(8, [&](int number) {
+    for (int round = 0; round < 20; ++round) {
+      wrong += write_and_read_across(key, number, round);
+      wchar_t name[64];
+      DWORD count = 64;
+      wrong += RegEnumValueW(key, 0, name, &count, nullptr, nullptr, nullptr, nullptr) != 0;
+      DWORD size = 0;
+      const LSTATUS other =
+          RegQueryValueExA(key, ("a" + std::to_string(7 - number)).c_str(), nullptr, nullptr, nullptr, &size);
+      wrong += other != 0 && other != 2;
+    }
+    wrong += RegDeleteValueW(key, (L"a" + std::to_wstring(number)).c_str()) != 0;
+  });
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(value_names(key).size(), 8u);
+}
+
 }  // namespace
 }  // namespace kvtest

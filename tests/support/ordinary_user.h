@@ -10,13 +10,13 @@ namespace kvtest {
 // A user and a group that own nothing of the test's.
 constexpr unsigned ordinary_id = 65534;
 
-// For a child only. True at once when it is no root. The folder of a test is closed to that user: go there
-// first and use names below it.
-inline bool become_ordinary_user() {
-  if (geteuid() != 0) return true;
-  return setgroups(0, nullptr) == 0 && setresgid(ordinary_id, ordinary_id, ordinary_id) == 0 &&
-         setresuid(ordinary_id, ordinary_id, ordinary_id) == 0;
+// For a child of root only. The folder of a test is closed to that user: go there first and use names below it.
+inline bool become_user(unsigned user, unsigned group) {
+  return setgroups(0, nullptr) == 0 && setresgid(group, group, group) == 0 && setresuid(user, user, user) == 0;
 }
+
+// The same; true at once when the child is no root.
+inline bool become_ordinary_user() { return geteuid() != 0 || become_user(ordinary_id, ordinary_id); }
 
 }  // namespace kvtest
 

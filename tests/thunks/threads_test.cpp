@@ -48,7 +48,7 @@ TEST_F(Window_Maps, AreUsedByManyThreadsAtOnce) {
   const HWND shared = window_of(0x1000);
   std::vector<std::thread> threads;
   std::atomic<int> registered{0};
-  for (int i = 0; i < 6; ++i) {
+  for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&, i] {
       for (int step = 0; step < 500; ++step) {
         registered += use_maps(shared);
@@ -57,7 +57,7 @@ TEST_F(Window_Maps, AreUsedByManyThreadsAtOnce) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_GE(registered, 6 * 500 * 3);
+  EXPECT_GE(registered, 8 * 500 * 3);
   for (int map = 0; map < 10; ++map) EXPECT_EQ(hmap_getex(shared, map), nullptr);
   for (int i = 0; i < 10; ++i) EXPECT_EQ(hmap_add(shared, nullptr), window_procedures()[static_cast<std::size_t>(i)]);
 }
