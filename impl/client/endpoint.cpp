@@ -23,11 +23,17 @@ using wire::Unique_Fd;
 
 constexpr const char* machine_settings = "/etc/kelvane.conf";
 
+// The folder that the machine's settings name, or "".
+std::string machine_core_data() {
+  constexpr std::size_t longest_line = 1024;
+  char folder[longest_line] = "";
+  return access(machine_settings, R_OK) == 0 && KvICalculateCoreDataDirectory(folder) == 1 ? folder : "";
+}
+
 // The folder of core data, or "": asked for only when asking does not end the process and tells nothing.
 std::string core_data_folder() {
-  const bool is_named = KvIsProfessionalRegistryMode() != 0
-                            ? std::getenv("HOME") != nullptr || std::getenv("KVCORE_PRIVATE_DATA") != nullptr
-                            : access(machine_settings, R_OK) == 0;
+  if (KvIsProfessionalRegistryMode() == 0) return machine_core_data();
+  const bool is_named = std::getenv("HOME") != nullptr || std::getenv("KVCORE_PRIVATE_DATA") != nullptr;
   return is_named ? core_data_name() : "";
 }
 

@@ -56,6 +56,17 @@ class Test_Registry {
   }
   std::string file(const std::string& name) const { return files_ / name; }
 
+  // Asks it to end and waits until it has.
+  static void end_server(pid_t pid) {
+    constexpr int patience = 120'000;
+    const int process = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+    if (process < 0) return;
+    kill(pid, SIGTERM);
+    pollfd ended = {process, POLLIN, 0};
+    EXPECT_EQ(poll(&ended, 1, patience), 1) << "server " << pid << " does not end";
+    close(process);
+  }
+
  private:
   std::string temporary() const { return files_ / "tmp"; }
   std::string core_data() const { return files_ / "machine"; }
@@ -84,16 +95,6 @@ class Test_Registry {
     std::error_code gone;
     return std::filesystem::equivalent("/proc/" + std::to_string(pid) + "/exe", KVTEST_REGSS, gone);
   }
-  static void end_server(pid_t pid) {
-    constexpr int patience = 120'000;
-    const int process = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
-    if (process < 0) return;
-    kill(pid, SIGTERM);
-    pollfd ended = {process, POLLIN, 0};
-    EXPECT_EQ(poll(&ended, 1, patience), 1) << "server " << pid << " does not end";
-    close(process);
-  }
-
   kvtest::Temp_Folder home_;
   kvtest::Temp_Folder files_;
 };

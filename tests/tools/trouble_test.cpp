@@ -12,6 +12,7 @@
 
 #include "tests/support/ordinary_user.h"
 #include "tests/support/own_mounts.h"
+#include "tests/support/private_etc.h"
 #include "tests/tools/kvreg.h"
 
 namespace {
@@ -162,6 +163,47 @@ TEST_F(Trouble, AFullDiskLeavesNothingOfAnImport) {
   if (result.exit_status == kvtest::no_own_mounts) GTEST_SKIP() << result.err;
   EXPECT_EQ(result.out, "1\nMine\\\nMine\\\n") << result.err;
   EXPECT_NE(result.err.find("(ERROR_DISK_FULL, 112)"), std::string::npos) << result.err;
+}
+
+// In the child: a server of the machine that an ordinary user runs, in the background; its exit status.
+int start_server_of_ordinary_user() {
+  const pid_t server = fork();
+  if (server == 0) {
+    if (!kvtest::become_ordinary_user()) _exit(99);
+    execl(KVTEST_REGSS, KVTEST_REGSS, "--machine", "--background", nullptr);
+    _exit(127);
+  }
+  int status = -1;
+  waitpid(server, &status, 0);
+  return status;
+}
+
+TEST_F(Trouble, AServerOfAUserOfItsOwnIsMetByOthers) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root makes processes of another user";
+  open_way_for_others();
+  const std::string core = file("core"), place = file("place");
+  for (const std::string& each : {file("etc"), core, place}) ASSERT_EQ(mkdir(each.c_str(), 0755), 0);
+  ASSERT_EQ(chmod(place.c_str(), 01777), 0);
+  ASSERT_EQ(chown(core.c_str(), kvtest::ordinary_id, kvtest::ordinary_id), 0);
+  write(file("etc/kelvane.conf"), "CORE_DATA=" + core + "\n");
+  const kvtest::Child_Result result = kvtest::run_child([&] {
+    const std::string why_not = kvtest::put_folder_over_etc(file("etc"));
+    if (!why_not.empty()) {
+      fprintf(stderr, "%s", why_not.c_str());
+      fflush(stderr);
+      _exit(kvtest::no_own_mounts);
+    }
+    kvtest::detail::change_environment({"HOME=" + core, "TMPDIR=" + place, "KVREGISTRY_MODE=0", "KVREGISTRY"});
+    if (start_server_of_ordinary_user() != 0) _exit(98);
+    setenv("HOME", file("").c_str(), 1);
+    execl(KVTEST_KVREG, KVTEST_KVREG, "add", "HKLM\\S", nullptr);
+  });
+  pid_t server = 0;
+  if (std::ifstream(place + "/kv/regss.pid") >> server) Test_Registry::end_server(server);
+  if (result.exit_status == kvtest::no_own_mounts) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, done);
 }
 
 // A kvreg whose standard input is a pipe that stays open.

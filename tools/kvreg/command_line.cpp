@@ -23,8 +23,8 @@ std::string overview() {
   }
   return text +
          "\nSwitches are written as /v or --value. kvreg VERB --help shows those of a verb, with examples.\n"
-         "Keys begin with a root: HKLM, HKCU, HKCR, HKU, HKCC or their long names. A shell wants them quoted:\n"
-         "  kvreg query 'HKCU\\Software'\n"
+         "Keys begin with a root: HKLM, HKCU, HKCR, HKU, HKCC or their long names. Between quotes, a shell\n"
+         "keeps their backslashes: 'HKCU\\Software'.\n"
          "Exit status: 0 done, 1 failed; comparing answers 2 for \"different\".\n";
 }
 
