@@ -89,7 +89,10 @@ int control(int fd, int command, ...) {
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
   if (abandoning) return 0;
-  return may_touch(fd) ? real.fcntl(fd, command, argument) : -1;
+  const int result = may_touch(fd) ? real.fcntl(fd, command, argument) : -1;
+  const bool unlocks = command == F_SETLK && static_cast<const struct flock*>(argument)->l_type == F_UNLCK;
+  if (result < 0 && unlocks && recorder != nullptr) recorder->note_stuck_lock();
+  return result;
 }
 
 int truncate(int fd, off_t size) {
@@ -230,14 +233,16 @@ void Descriptors::closed(int fd) {
 }
 
 bool Descriptors::intact() const {
-  return std::all_of(list_.begin(), list_.end(), [](const Descriptor& descriptor) {
+  return !has_stuck_lock_ && std::all_of(list_.begin(), list_.end(), [](const Descriptor& descriptor) {
     struct stat now;
     return fstat(descriptor.fd, &now) == 0 && File_Identity{now.st_dev, now.st_ino} == descriptor.file &&
            now.st_nlink == descriptor.links;
   });
 }
 
-bool Descriptors::are_ours() const { return std::all_of(list_.begin(), list_.end(), &stands_at_mark); }
+bool Descriptors::are_ours() const {
+  return !has_stuck_lock_ && std::all_of(list_.begin(), list_.end(), &stands_at_mark);
+}
 
 bool Descriptors::is_ours(int fd) {
   const auto found = std::find_if(list_.begin(), list_.end(), [fd](const Descriptor& each) { return each.fd == fd; });

@@ -38,13 +38,15 @@ class Descriptors {
  public:
   void opened(int fd, const char* path);
   void closed(int fd);
-  // True when each is still the file it was, with as many links as it had.
+  // True when each is still the file it was, with as many links as it had, and no lock is stuck.
   bool intact() const;
-  // True when none was closed and its number given to another file; says nothing of names.
+  // The same, without asking for the links.
   bool are_ours() const;
   // The same for one of them, once after each forgetting.
   bool is_ours(int fd);
   void set_known(bool known);
+  // The system did not take a lock back: SQLite believes until the file is closed that somebody has it.
+  void note_stuck_lock() { has_stuck_lock_ = true; }
   bool is_log(int fd) const;
   // Closes those that are still the files they were; for a connection that was abandoned.
   void close_own();
@@ -54,6 +56,7 @@ class Descriptors {
 
  private:
   std::vector<Descriptor> list_;
+  bool has_stuck_lock_ = false;
 };
 
 class Recording {
