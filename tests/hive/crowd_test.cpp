@@ -5,7 +5,9 @@
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
+#include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <map>
@@ -203,18 +205,27 @@ TEST(Crowd, ReadersThatAreStoppedKeepNobodyWaiting) {
     put(*maker, make_key(*maker, root_of(*maker), u"a"), u"v", std::string(3000, 'x'));
   }
   std::vector<pid_t> readers;
+  std::array<int, 2> begun{};  // who opens a hive may write, and is not to be stopped yet
+  ASSERT_EQ(pipe(begun.data()), 0);
   for (int i = 0; i < 4; ++i) {
     pid_t child = fork();
     if (child == 0) {
       Registry& mine = *registry_on(folder.path()).release();
-      for (;;) {
+      for (bool is_first = true;; is_first = false) {
         Key key = make_key(mine, root_of(mine), u"a");
         if (get(mine, key, u"v").size() < 3000) _exit(1);
         value_names(mine, key);
+        if (is_first && write(begun[1], "+", 1) != 1) _exit(2);
       }
     }
     readers.push_back(child);
   }
+  close(begun[1]);
+  for (std::size_t i = 0; i < readers.size(); ++i) {
+    char byte = 0;
+    ASSERT_EQ(read(begun[0], &byte, 1), 1);
+  }
+  close(begun[0]);
   std::mt19937 random(5);
   std::unique_ptr<Registry> registry = registry_on(folder.path());
   Key key = make_key(*registry, root_of(*registry), u"a");
