@@ -156,10 +156,10 @@ Status Hive::attempt(Access access, Transaction_Body body, Back_Off& back_off, F
 }
 
 // Whether the store's files are still found by their names, as far as the folder tells it.
-bool Hive::knows_names(Folder_Look* out_look, Store** out) const {
-  std::unique_lock lock(opening_mutex());
-  if (folder_.empty()) return false;
-  *out_look = look_at_folder(folder_);
+bool Hive::knows_names(Folder_Look* out_look, Store** out) {
+  std::lock_guard lock(opening_mutex());
+  if (folder_.is_none()) return false;
+  *out_look = folder_.look();
   const bool known = out_look->is_settled && *out_look == right_names_;
   if (known) *out = store_;
   return known;
@@ -190,7 +190,7 @@ Status Hive::find_store(Store** out, Findings& findings) {
       const std::string file_name = real_path(path_);
       *out = Store::attach(identity, file_name, file.st_mode & permission_bits);
       store_ = *out;
-      folder_ = file_name == path_ ? path_.substr(0, path_.rfind('/')) : "";
+      folder_.move_to(file_name == path_ ? path_.substr(0, path_.rfind('/')) : "");
       right_names_ = {};
     }
   }

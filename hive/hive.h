@@ -55,7 +55,7 @@ class Hive : public std::enable_shared_from_this<Hive> {
   Status join(Batch& batch, Store** out, Findings& findings);
   Status try_to_join(Batch& batch, Back_Off& back_off, Store** out, Findings& findings);
   Status attempt(Access access, Transaction_Body body, Back_Off& back_off, Findings& findings);
-  bool knows_names(Folder_Look* out_look, Store** out) const;
+  bool knows_names(Folder_Look* out_look, Store** out);
   void remember_names(const Folder_Look& look, const Store* store);
   Status find_store(Store** out, Findings& findings);
   Status find_file(struct stat* out, std::string* reason);
@@ -70,7 +70,7 @@ class Hive : public std::enable_shared_from_this<Hive> {
   std::atomic<Store*> store_ = nullptr;  // changed with the opening mutex held, which also guards what was said
   // With the same mutex: the folder of the hive's files, where no part of the path leads elsewhere, and how it was when
   // each of their names was right.
-  std::string folder_;
+  Known_Folder folder_;
   Folder_Look right_names_;
   std::string said_[2];              // by access; empty while the hive works
   std::string said_of_damage_;       // of the file that stands there: parts of it may work in between
