@@ -55,6 +55,7 @@ Hive::~Hive() {
 }
 
 Status Hive::write(Transaction_Body body) {
+  has_written_.store(true, std::memory_order_relaxed);
   if (!traits_.counts_changes) return write_aside(body);
   return write_aside([&](Connection& connection) {
     connection.mark_changes();

@@ -36,6 +36,9 @@ class Hive : public std::enable_shared_from_this<Hive> {
 
   void note_orderly_end();
 
+  // Whether this process has changed its content.
+  bool has_written() const { return has_written_.load(std::memory_order_relaxed); }
+
   // From where this process watches its keys.
   Watch_Post& watch_post() { return *watch_post_; }
 
@@ -75,6 +78,7 @@ class Hive : public std::enable_shared_from_this<Hive> {
   std::string said_[2];              // by access; empty while the hive works
   std::string said_of_damage_;       // of the file that stands there: parts of it may work in between
   std::atomic<bool> silent_ = true;  // nothing was said
+  std::atomic<bool> has_written_ = false;
 };
 
 }  // namespace hive

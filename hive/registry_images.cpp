@@ -114,7 +114,8 @@ Status Registry::user_image(std::vector<unsigned char>* out_image) {
 // Nothing is kept of a batch that the end of the process has interrupted.
 //
 // A process that never used the user's hive has nothing to say of it, nor has a hive that was never changed, or
-// not since it was imported from what the file still holds.
+// not since it was imported from what the file still holds. Who has changed nothing believes what the file says of
+// itself: whether all of it is whole is asked by who changes something, and by who imports it.
 Status Registry::closing_user_image(std::vector<unsigned char>* out_image) {
   out_image->clear();
   Batch::lose_all();
@@ -132,9 +133,10 @@ Status Registry::closing_user_image(std::vector<unsigned char>* out_image) {
     return connection.status();
   });
   if (status != Status::ok || head.self.number == 0) return status;
-  if (!changed && carries_image(parts_->hives.user_image_file(), head.base)) return Status::ok;
+  const Look look = user->has_written() ? Look::at_whole : Look::at_head;
+  if (!changed && carries_image(parts_->hives.user_image_file(), head.base, look)) return Status::ok;
   Hive_Source source(*user);
-  return make_closing_user_image(source, head.self, user->path(), parts_->hives.user_image_file(), out_image);
+  return make_closing_user_image(source, head.self, user->path(), parts_->hives.user_image_file(), look, out_image);
 }
 
 }  // namespace hive

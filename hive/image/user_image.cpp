@@ -50,25 +50,26 @@ Status make_user_image(Tree_Source& source, std::vector<unsigned char>* out_imag
   return make_image(source, &head, out_image);
 }
 
-bool carries_image(const std::string& image_file, const Hive_Mark& mark) {
+bool carries_image(const std::string& image_file, const Hive_Mark& mark, Look look) {
   std::vector<unsigned char> bytes;
   Image_Prologue prologue;
   // The head alone tells an older image, without a hash over all of it.
   const bool is_of_mark = read_image_head(image_file, &bytes) == Status::ok &&
                           read_image_prologue(bytes, &prologue) == Status::ok && prologue.head.self == mark;
-  if (!is_of_mark) return false;
+  if (!is_of_mark || look == Look::at_head) return is_of_mark;
   return read_image_file(image_file, &bytes) == Status::ok && check_image(bytes, &prologue) == Status::ok &&
          prologue.head.self == mark;
 }
 
 Status make_closing_user_image(Tree_Source& source, const Hive_Mark& current, const std::string& live_hive,
-                               const std::string& image_file, std::vector<unsigned char>* out_image) {
+                               const std::string& image_file, Look look, std::vector<unsigned char>* out_image) {
   out_image->clear();
-  if (live_hive.empty() || carries_image(image_file, current)) return Status::ok;
+  if (live_hive.empty() || carries_image(image_file, current, look)) return Status::ok;
   if (!lock_for_ever(live_hive + ".image-lock", closing_wait_ms)) return Status::busy;
   Image_Head head;
   if (Status status = make_image(source, &head, out_image); status != Status::ok) return status;
-  if (carries_image(image_file, head.self)) out_image->clear();  // written by another process while this one waited
+  // Written by another process while this one waited.
+  if (carries_image(image_file, head.self, Look::at_whole)) out_image->clear();
   return Status::ok;
 }
 

@@ -149,7 +149,7 @@ TEST_F(UserImage, AtTheEndIsMadeWhenTheFileIsOlder) {
   write_file(file, kvtest::small_image({mark(1, 2), {}}));
   Small_Source source({mark(1, 3), {}});
   Bytes image;
-  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, &image), Status::ok);
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_whole, &image), Status::ok);
   EXPECT_EQ(image, kvtest::small_image({mark(1, 3), {}}));
 }
 
@@ -157,7 +157,7 @@ TEST_F(UserImage, AtTheEndIsEmptyWhenTheFileCarriesTheState) {
   write_file(file, kvtest::small_image({mark(1, 3), {}}));
   Small_Source source({mark(1, 3), {}});
   Bytes image{1};
-  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, &image), Status::ok);
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_whole, &image), Status::ok);
   EXPECT_TRUE(image.empty());
   EXPECT_EQ(source.walks, 0);
   EXPECT_FALSE(stands(live + ".image-lock"));
@@ -169,7 +169,19 @@ TEST_F(UserImage, AtTheEndIsMadeOverADamagedFileOfTheSameState) {
   write_file(file, damaged);
   Small_Source source({mark(1, 3), {}});
   Bytes image;
-  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, &image), Status::ok);
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_whole, &image), Status::ok);
+  EXPECT_FALSE(image.empty());
+}
+
+TEST_F(UserImage, AtTheEndIsBelievedByItsHeadWhereNothingWasChanged) {
+  Bytes damaged = kvtest::small_image({mark(1, 3), {}});
+  damaged.back() ^= 1;
+  write_file(file, damaged);
+  Small_Source source({mark(1, 3), {}});
+  Bytes image{1};
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_head, &image), Status::ok);
+  EXPECT_TRUE(image.empty());
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 4), live, file, hive::Look::at_head, &image), Status::ok);
   EXPECT_FALSE(image.empty());
 }
 
@@ -177,14 +189,14 @@ TEST_F(UserImage, AtTheEndIsEmptyWhenTheFileCaughtUpMeanwhile) {
   write_file(file, kvtest::small_image({mark(1, 4), {}}));
   Small_Source source({mark(1, 4), {}});
   Bytes image;
-  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, &image), Status::ok);
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_whole, &image), Status::ok);
   EXPECT_TRUE(image.empty());
 }
 
 TEST_F(UserImage, OfAPrivateHiveIsNeverMadeAtTheEnd) {
   Small_Source source({mark(1, 3), {}});
   Bytes image;
-  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), "", file, &image), Status::ok);
+  EXPECT_EQ(hive::make_closing_user_image(source, mark(1, 3), "", file, hive::Look::at_whole, &image), Status::ok);
   EXPECT_TRUE(image.empty());
 }
 
@@ -192,10 +204,10 @@ TEST_F(UserImage, AtTheEndKeepsTheLockToTheEndOfTheProcess) {
   const auto child = kvtest::run_child([&] {
     Small_Source source({mark(1, 3), {}});
     Bytes image;
-    const Status first = hive::make_closing_user_image(source, mark(1, 3), live, file, &image);
+    const Status first = hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_whole, &image);
     const int lock = open((live + ".image-lock").c_str(), O_RDWR);
     const bool held = flock(lock, LOCK_EX | LOCK_NB) != 0;
-    const Status again = hive::make_closing_user_image(source, mark(1, 3), live, file, &image);
+    const Status again = hive::make_closing_user_image(source, mark(1, 3), live, file, hive::Look::at_whole, &image);
     _exit(first == Status::ok && held && again == Status::ok && !image.empty() ? 0 : 1);
   });
   EXPECT_EQ(child.exit_status, 0);
