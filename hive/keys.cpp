@@ -53,14 +53,27 @@ Status follow(Connection& connection, Path_Parts& parts, Progress* progress, std
   return connection.status();
 }
 
-Status note_new_child(Connection& connection, std::int64_t parent, const Key_Row& row, const New_Key& child) {
-  Statement changed(connection, Query::children_changed);
-  changed.bind(1, parent).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(child.written));
-  changed.bind(4, row.children + 1);
-  changed.bind(5, std::max(row.max_child_units, units(child.folded)));
-  changed.bind(6, std::max(row.max_class_units, units(child.class_name)));
-  log_change(connection, parent, way_name);
-  return changed.run();
+Status find_parent(Connection& connection, std::int64_t key, Connection::Parent* out) {
+  *out = connection.known.parent;
+  if (out->key == key) return Status::ok;
+  Key_Row row;
+  const Status status = read_key(connection, key, &row);
+  *out = {key, row.is_volatile, row.children, row.max_child_units, row.max_class_units, row.mode, row.owner, row.group};
+  return status;
+}
+
+Status note_new_child(Connection& connection, Connection::Parent parent, const New_Key& child) {
+  ++parent.children;
+  parent.max_child_units = std::max(parent.max_child_units, units(child.folded));
+  parent.max_class_units = std::max(parent.max_class_units, units(child.class_name));
+  {
+    Statement changed(connection, Query::children_changed);
+    changed.bind(1, parent.key).bind(2, connection.take_id()).bind(3, static_cast<std::int64_t>(child.written));
+    changed.bind(4, parent.children).bind(5, parent.max_child_units).bind(6, parent.max_class_units).run();
+  }
+  log_change(connection, parent.key, way_name);
+  if (connection.status() == Status::ok) connection.known.parent = parent;
+  return connection.status();
 }
 
 std::uint32_t largest_of_children(Connection& connection, Query query, std::int64_t parent, std::uint32_t bound) {
@@ -118,8 +131,8 @@ Status note_renamed_child(Connection& connection, std::int64_t parent, std::stri
 // One part of a path that is made: a sub-key of *key, which becomes it.
 Status create_child(Connection& connection, std::int64_t* key, std::u16string_view name, const Creation& creation,
                     bool is_last) {
-  Key_Row parent;
-  Status status = read_key(connection, *key, &parent);
+  Connection::Parent parent;
+  Status status = find_parent(connection, *key, &parent);
   if (status != Status::ok) return status;
   if (parent.is_volatile && !creation.is_volatile) return Status::must_be_volatile;
   std::string stored = stored_form(name);
@@ -136,7 +149,7 @@ Status create_child(Connection& connection, std::int64_t* key, std::u16string_vi
                 is_last && creation.is_link ? key_flag_link : 0,
                 creation.is_volatile};
   std::int64_t number = insert_key(connection, child);
-  status = note_new_child(connection, *key, parent, child);
+  status = note_new_child(connection, parent, child);
   *key = number;
   return status;
 }

@@ -183,6 +183,8 @@ sqlite3_stmt* Connection::prepared(Query query) {
 }
 
 Status Connection::run_text(const char* text) {
+  settle_growth(*this);
+  known.parent = {};
   if (failure_.code != 0) return status();
   int code = sqlite3_exec(db_, text, nullptr, nullptr, nullptr);
   if (code != SQLITE_OK) note(code);

@@ -130,6 +130,18 @@ class Connection {
   };
   Keeping keeping;
 
+  // What a new sub-key needs to know of the key above it.
+  struct Parent {
+    std::int64_t key = 0;  // 0: of none
+    bool is_volatile = false;
+    std::uint32_t children = 0;
+    std::uint32_t max_child_units = 0;
+    std::uint32_t max_class_units = 0;
+    std::uint32_t mode = 0;
+    std::uint32_t owner = 0;
+    std::uint32_t group = 0;
+  };
+
   // Facts that hold as long as nobody else commits and this connection does not change them.
   struct Known {
     std::uint64_t commits_of_others = 0;  // as the hive's coherence counts them
@@ -137,6 +149,7 @@ class Connection {
     bool is_unwatched = false;
     std::int64_t key_of_depth = 0;  // whose depth is known
     int depth = 0;
+    Parent parent;  // below which the last sub-key was made
   };
   Known known;
 

@@ -49,6 +49,8 @@ void settle_growth(Connection& connection, Query next) {
   if (!had_changed) connection.mark_changes();  // it is of earlier operations
 }
 
+void settle_growth(Connection& connection) { settle_growth(connection, Query::count); }
+
 bool write_growth(Connection& connection, const Growth& growth) {
   {
     Statement grew(connection, Query::values_grew);

@@ -23,6 +23,8 @@ bool put_off_growth(Connection& connection, const Growth& growth);
 
 // Before a statement runs: writes what was put off, unless the statement neither looks at keys nor undoes everything.
 void settle_growth(Connection& connection, Query next);
+// The same before any other text runs.
+void settle_growth(Connection& connection);
 
 // Writes it now. False when there is no such key.
 bool write_growth(Connection& connection, const Growth& growth);

@@ -5,6 +5,7 @@
 namespace hive {
 
 Rows::Rows(Connection& connection, const char* text) : connection_(connection) {
+  settle_growth(connection);
   int code = sqlite3_prepare_v2(connection.handle(), text, -1, &statement_, nullptr);
   if (code != SQLITE_OK) connection.note(code);
 }

@@ -8,25 +8,44 @@ namespace {
 // SQLite takes a null address for NULL, also with a size of 0.
 const char* address(const void* data) { return data == nullptr ? "" : static_cast<const char*>(data); }
 
+// Whether a key that sub-keys are made below is as it was behind the statement.
+bool leaves_parent(Query query) {
+  switch (query) {
+    case Query::begin_write:
+    case Query::commit:
+    case Query::find_child:
+    case Query::take_ids:
+    case Query::get_meta:
+    case Query::end_imaged:
+    case Query::raise_number:
+      return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 Statement::Statement(Connection& connection, Query query)
     : connection_(connection), statement_(connection.prepared(query)), runs_after_failure_(query == Query::rollback) {
   settle_growth(connection, query);
+  if (!leaves_parent(query)) connection.known.parent.key = 0;
 }
 
 Statement::~Statement() {
   if (statement_ == nullptr) return;
   sqlite3_reset(statement_);
-  sqlite3_clear_bindings(statement_);
+  if (has_bindings_) sqlite3_clear_bindings(statement_);
 }
 
 Statement& Statement::bind(int place, std::int64_t number) {
+  has_bindings_ = true;
   if (statement_ != nullptr) sqlite3_bind_int64(statement_, place, number);
   return *this;
 }
 
 Statement& Statement::bind(int place, std::string_view text) {
+  has_bindings_ = true;
   if (statement_ == nullptr) return *this;
   int code = sqlite3_bind_text64(statement_, place, address(text.data()), text.size(), SQLITE_STATIC, SQLITE_UTF8);
   if (code != SQLITE_OK) connection_.note(code);
@@ -34,6 +53,7 @@ Statement& Statement::bind(int place, std::string_view text) {
 }
 
 Statement& Statement::bind_data(int place, const void* data, std::size_t size) {
+  has_bindings_ = true;
   if (statement_ == nullptr) return *this;
   int code = sqlite3_bind_blob64(statement_, place, address(data), size, SQLITE_STATIC);
   if (code != SQLITE_OK) connection_.note(code);

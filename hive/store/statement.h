@@ -43,6 +43,7 @@ class Statement {
   Connection& connection_;
   sqlite3_stmt* statement_;
   const bool runs_after_failure_;
+  bool has_bindings_ = false;
 };
 
 }  // namespace hive

@@ -353,12 +353,15 @@ TEST_F(Batches, CountWhatWasPutBelowAKeyOneAfterTheOther) {
   put(*registry, key, u"eeee", "7");
   EXPECT_EQ(registry->remove_value(key, u"d"), Status::ok);
   put(*registry, key, u"f", "");
+  put(*registry, key, u"g", "");
+  std::vector<hive::Found_Fault> faults;
+  EXPECT_EQ(registry->check(root_of(*registry), &faults), Status::ok);
+  EXPECT_TRUE(faults.empty());
   EXPECT_EQ(commit(), Status::ok);
   counts = counts_of(*registry, key);
-  EXPECT_EQ(counts.values, 5u);
+  EXPECT_EQ(counts.values, 6u);
   EXPECT_EQ(counts.max_value_name_units, 4u);
   EXPECT_EQ(counts.max_value_size, 5u);
-  std::vector<hive::Found_Fault> faults;
   EXPECT_EQ(registry->check(root_of(*registry), &faults), Status::ok);
   EXPECT_TRUE(faults.empty());
 }

@@ -206,4 +206,44 @@ TEST_F(Keys, MissingFoldersOfTheHiveAreMadeForTheUserAlone) {
   EXPECT_EQ(made.st_mode & 0777, 0700u);
 }
 
+TEST_F(Keys, ANewKeyMeetsTheKeyAboveAsItIsByThen) {
+  const Key above = make_key(*registry, root, u"a");
+  make_key(*registry, above, u"one");
+  make_key(*registry, above, u"longest");
+  const std::uint32_t mode = 0700;
+  EXPECT_EQ(registry->set_rights(above, &mode, nullptr, nullptr), Status::ok);
+  hive::Key_Rights rights{};
+  EXPECT_EQ(registry->rights(make_key(*registry, above, u"two"), &rights), Status::ok);
+  EXPECT_EQ(rights.mode, 0700u);
+  EXPECT_EQ(registry->remove(above, u"longest"), Status::ok);
+  make_key(*registry, above, u"six");
+  EXPECT_EQ(counts_of(*registry, above).sub_keys, 3u);
+  EXPECT_EQ(counts_of(*registry, above).max_sub_key_units, 3u);
+  EXPECT_EQ(registry->rename(above, u"one", u"eleven"), Status::ok);
+  make_key(*registry, above, u"ten");
+  EXPECT_EQ(counts_of(*registry, above).max_sub_key_units, 6u);
+  const auto child = kvtest::run_child([&] {
+    const std::unique_ptr<Registry> other = registry_on(folder.path());
+    make_key(*other, root_of(*other), u"a\\seventeen", {.class_name = u"Class"});
+    _exit(0);
+  });
+  EXPECT_EQ(child.exit_status, 0);
+  make_key(*registry, above, u"five");
+  EXPECT_EQ(counts_of(*registry, above).sub_keys, 6u);
+  EXPECT_EQ(counts_of(*registry, above).max_sub_key_units, 9u);
+  EXPECT_EQ(counts_of(*registry, above).max_class_units, 5u);
+  EXPECT_EQ(key_names(*registry, above), (Names{u"eleven", u"five", u"seventeen", u"six", u"ten", u"two"}));
+  Key gone;
+  EXPECT_EQ(registry->remove(root, u"a"), Status::has_children);
+  for (const char16_t* name : {u"eleven", u"five", u"seventeen", u"six", u"ten", u"two"})
+    EXPECT_EQ(registry->remove(above, name), Status::ok);
+  make_key(*registry, above, u"last");
+  EXPECT_EQ(registry->remove(above, u"last"), Status::ok);
+  EXPECT_EQ(registry->remove(root, u"a"), Status::ok);
+  EXPECT_EQ(create(*registry, above, u"late", &gone), Status::key_deleted);
+  std::vector<hive::Found_Fault> faults;
+  EXPECT_EQ(registry->check(root, &faults), Status::ok);
+  EXPECT_TRUE(faults.empty());
+}
+
 }  // namespace
