@@ -292,6 +292,7 @@ TEST_F(Bad_Peers, HivesThatAreNoFilesAreWrongAnswers) {
   ASSERT_EQ(pipe2(pipe_ends, O_CLOEXEC), 0);
   const int device = open("/dev/zero", O_RDONLY | O_CLOEXEC), a_folder = open("/", O_RDONLY | O_CLOEXEC);
   int sent = -1;
+  const std::string name = "machine.hive";
   Scripted_Peer peer(folder.path(), [&](sd_bus_message* question) {
     if (sd_bus_message_is_method_call(question, nullptr, "SaveKey")) {
       return reply_with(question, wire::Save_Key::Answer{0, {sent}});
@@ -300,7 +301,7 @@ TEST_F(Bad_Peers, HivesThatAreNoFilesAreWrongAnswers) {
       return reply_with(question, wire::User_Image::Answer{0, {sent}});
     }
     wire::Backup::Answer answer;
-    answer.files.push_back({bytes("machine.hive"), {sent}});
+    answer.files.push_back({bytes(name), {sent}});
     return reply_with(question, answer);
   });
   for (const int each : {device, a_folder, pipe_ends[0]}) {

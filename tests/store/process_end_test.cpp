@@ -147,10 +147,11 @@ TEST_F(Runs, WithoutHomeKeepTheMachinesSettingsBelowTheTemporaryFolder) {
 }
 
 TEST_F(Runs, EndWhileTheirThreadsUseTheRegistry) {
+  // Leaks cannot be looked for in threads that go on meanwhile.
+  const std::vector<std::string> whatever_leaks = {"ASAN_OPTIONS=detect_leaks=0"};
   for (const char* how : {"exit", "thread", "_exit", "quick_exit"}) {
-    for (int round = 0; round < 5; ++round) {
-      EXPECT_TRUE(answered(run({{"set", "HKCU\\S", "n", how}, {"busy", "HKCU\\Busy"}, {"end", how}}), "0\nbusy\n"));
-    }
+    const std::vector<Step> steps = {{"set", "HKCU\\S", "n", how}, {"busy", "HKCU\\Busy"}, {"end", how}};
+    for (int round = 0; round < 5; ++round) EXPECT_TRUE(answered(run(steps, whatever_leaks), "0\nbusy\n"));
   }
   EXPECT_TRUE(answered(run({{"get", "HKCU\\S", "n"}, {"names", "HKCU\\Busy"}}), "0 quick_exit\n0 8\n"));
   fs::remove_all(core_data());
